@@ -1,0 +1,2 @@
+// Exists to compile the precompiled header of the tests.
+int main() {}
