@@ -39,7 +39,8 @@ void ByteBuffer::reserveDiscarding(std::size_t wanted) {
 }
 
 void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, ByteBuffer& output) {
-  const Decoder decoder(BrotliDecoderCreateInstance(nullptr, nullptr, nullptr), &BrotliDecoderDestroyInstance);
+  const Decoder decoder(BrotliDecoderCreateInstance(nullptr, nullptr, nullptr),
+                        &BrotliDecoderDestroyInstance);
   if (!decoder) throw std::bad_alloc();
 
   const std::size_t guess = std::max(kLeastGuess, compressed.size() * kFirstGuessFactor);

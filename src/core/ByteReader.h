@@ -16,7 +16,7 @@ static_assert(std::endian::native == std::endian::little, "the files we read are
 
 /// Reads the little-endian number at the start of @p bytes, which holds at least sizeof(T) (not checked).
 template <class T>
-  requires std::integral<T> || std::floating_point<T>
+requires std::integral<T> || std::floating_point<T>
 [[nodiscard]] inline T loadLittleEndian(const std::byte* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof(T));

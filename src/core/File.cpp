@@ -31,16 +31,23 @@ File::File(const std::filesystem::path& path)
   if (descriptor_ < 0) failWith(errno, path_);
   struct stat status = {};
   const int failed = fstat(descriptor_, &status);
-  const int error = failed != 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : S_ISREG(status.st_mode) ? 0 : EINVAL;
+  const int error = failed != 0               ? errno
+                    : S_ISDIR(status.st_mode) ? EISDIR
+                    : S_ISREG(status.st_mode) ? 0
+                                              : EINVAL;
   if (error != 0) {
     close(descriptor_);
     failWith(error, path_);
   }
 }
 
-File::~File() { close(descriptor_); }
+File::~File() {
+  close(descriptor_);
+}
 
-std::uint64_t File::size() const { return static_cast<std::uint64_t>(statusOf(descriptor_, path_).st_size); }
+std::uint64_t File::size() const {
+  return static_cast<std::uint64_t>(statusOf(descriptor_, path_).st_size);
+}
 
 std::string File::read(std::uint64_t offset, std::uint64_t size) const {
   const std::uint64_t fileSize = this->size();

@@ -19,7 +19,8 @@ class FormatError : public std::runtime_error {
  public:
   FormatError(const Source& at, std::string_view field, std::string_view expected, std::string_view found);
 
-  /// For documents whose fields have names rather than places: "metadata.json: spacing: expected ..., found ...".
+  /// For documents whose fields have names rather than places: "metadata.json: spacing: expected ..., found
+  /// ...".
   FormatError(std::string_view document, std::string_view field, std::string_view expected,
               std::string_view found);
 };

@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <future>
-
 #include <string>
 #include <utility>
 

@@ -33,7 +33,8 @@ void parallelFor(std::size_t count, const std::function<void(std::size_t)>& body
   };
   {
     std::vector<std::jthread> helpers;
-    const std::size_t threads = std::min<std::size_t>(count, std::max(1U, std::thread::hardware_concurrency()));
+    const std::size_t threads =
+        std::min<std::size_t>(count, std::max(1U, std::thread::hardware_concurrency()));
     for (std::size_t t = 1; t < threads; ++t) helpers.emplace_back(work);
     work();
   }

@@ -32,7 +32,7 @@ class Workers {
   std::condition_variable wake_;
   std::deque<std::function<void()>> tasks_;  // guarded by mutex_
   bool stopping_ = false;                    // guarded by mutex_
-  std::vector<std::jthread> threads_;        // guarded by mutex_; last, so that threads end before the rest goes
+  std::vector<std::jthread> threads_;  // guarded by mutex_; last, so that threads end before the rest goes
 };
 
 }  // namespace Core

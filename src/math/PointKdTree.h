@@ -18,6 +18,9 @@ class PointKdTree<float, 3> {
   /// Builds over interleaved x, y, z.
   explicit PointKdTree(std::span<const float> positions);
 
+  template <class Shape>
+  void search(const Shape& shape, std::vector<std::uint32_t>& indices) const;
+
   [[nodiscard]] std::size_t byteSize() const { return 0; }
 };
 

@@ -11,7 +11,8 @@
 namespace Octree {
 
 /// The name of one octree node: a leading 1 and three bits for each step down from the root, so the root is 1
-/// and 21 levels fill the 64 bits. A child index has bit 2 set in the upper half of x, bit 1 of y, bit 0 of z.
+/// and 21 levels fill the 64 bits. A child index has bit 2 set in the upper half of x, bit 1 of y, bit 0 of
+/// z.
 class OctreeNodeId {
  public:
   static constexpr std::uint64_t kDeepestLevel = 21;

@@ -1,12 +1,14 @@
-#include "core/Brotli.h"
-
 #include <gmock/gmock.h>
 
 #include <string>
 
+#include "core/Brotli.h"
+
 namespace {
 
-std::span<const std::byte> bytesOf(const std::string& text) { return std::as_bytes(std::span(text)); }
+std::span<const std::byte> bytesOf(const std::string& text) {
+  return std::as_bytes(std::span(text));
+}
 
 std::string repeated(std::size_t size) {
   std::string text;

@@ -1,8 +1,8 @@
-#include "core/ByteReader.h"
-
 #include <gmock/gmock.h>
 
 #include <array>
+
+#include "core/ByteReader.h"
 
 namespace {
 

@@ -16,7 +16,7 @@ namespace Testing {
 }  // namespace Testing
 
 /// Defines `name`, the path of a file or folder below the sample data, or skips the test and says so.
-#define SORVIK_SAMPLE_OR_SKIP(name, relative)                                                       \
-  const std::optional<std::filesystem::path> name##Root = Testing::sampleData();                    \
+#define SORVIK_SAMPLE_OR_SKIP(name, relative)                                                      \
+  const std::optional<std::filesystem::path> name##Root = Testing::sampleData();                   \
   if (!name##Root) GTEST_SKIP() << "no sample data: needs " << (relative) << " in ../shared/data"; \
   const std::filesystem::path name = *name##Root / (relative)

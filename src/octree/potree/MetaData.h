@@ -19,7 +19,7 @@ struct Attribute {
   std::int32_t size = 0;  ///< bytes a point in uncompressed data
   std::int32_t numElements = 0;
   std::int32_t elementSize = 0;
-  std::string type;  ///< "int8" to "uint64", "float", "double", or what the writer called it
+  std::string type;         ///< "int8" to "uint64", "float", "double", or what the writer called it
   std::vector<double> min;  ///< one value an element, or empty
   std::vector<double> max;
   std::vector<std::uint64_t> histogram;  ///< counts by value, for one-byte attributes; or empty
@@ -57,7 +57,10 @@ struct MetaData {
   StoredAttributes stored;
   std::array<std::uint16_t, 2> intensityRange{0, 65535};
 
+  /// The attribute of that name; null when there is none.
   [[nodiscard]] const Attribute* find(std::string_view attributeName) const;
+  /// The same, if the decoder knows the name and the attribute is stored in the form that it reads.
+  [[nodiscard]] const Attribute* findReadable(std::string_view attributeName) const;
 
   bool operator==(const MetaData&) const = default;
 };

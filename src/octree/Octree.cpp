@@ -1,0 +1,203 @@
+#include "octree/Octree.h"
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "core/FormatError.h"
+
+namespace Octree {
+namespace {
+
+std::uint64_t nextSerial() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
+}
+
+std::string fetchMetaData(Location& location) {
+  try {
+    return location.fetchMetaData({}).get();
+  } catch (const std::exception& error) {
+    throw std::runtime_error("cannot open " + location.toString() + ": " + error.what());
+  }
+}
+
+/// Whether a metadata document is that of an Entwine octree.
+bool isEntwine(std::string_view document) {
+  return document.find("\"ept-hierarchy\"") != std::string_view::npos ||
+         (document.find("\"schema\"") != std::string_view::npos &&
+          document.find("\"hierarchyType\"") != std::string_view::npos);
+}
+
+std::shared_future<PoTree::MetaData> parsed(std::string_view document, const Location& location,
+                                            PoTree::MetaDataUse use) {
+  const std::string source = location.toString() + "/metadata.json";
+  return Core::readyFuture(PoTree::parseMetaData(document, source, use)).share();
+}
+
+std::shared_ptr<PoTree::Location> asPotree(const std::shared_ptr<Location>& location) {
+  auto potree = std::dynamic_pointer_cast<PoTree::Location>(location);
+  if (!potree) throw std::runtime_error("cannot open a location that has no octree files");
+  return potree;
+}
+
+float narrowedDown(double value) {
+  const auto narrowed = static_cast<float>(value);
+  return narrowed > value ? std::nextafter(narrowed, -std::numeric_limits<float>::infinity()) : narrowed;
+}
+
+float narrowedUp(double value) {
+  const auto narrowed = static_cast<float>(value);
+  return narrowed < value ? std::nextafter(narrowed, std::numeric_limits<float>::infinity()) : narrowed;
+}
+
+/// The points' own box, from the position attribute, when the metadata have it.
+Math::NBoundingBox<double, 3> statedBox(const PoTree::MetaData& metaData) {
+  const PoTree::Attribute* const position = metaData.find("position");
+  if (position == nullptr || position->min.size() != 3 || position->max.size() != 3)
+    return metaData.boundingBox;
+  Math::NBoundingBox<double, 3> box;
+  for (int axis = 0; axis < 3; ++axis) {
+    box.minimum[axis] = position->min[static_cast<std::size_t>(axis)];
+    box.maximum[axis] = position->max[static_cast<std::size_t>(axis)];
+  }
+  return box.empty() ? metaData.boundingBox : box;
+}
+
+}  // namespace
+
+Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
+    : serial_(nextSerial()), positionFactor_(positionFactor) {
+  if (!location) throw std::runtime_error("cannot open an empty location");
+  const std::string document = fetchMetaData(*location);
+  if (isEntwine(document)) {
+    throw std::runtime_error(location->toString() + ": Entwine clouds are not supported yet");
+  }
+  auto& tree = tree_.emplace<PoTree::PotreeTree>(
+      asPotree(location), parsed(document, *location, PoTree::MetaDataUse::Main), positionFactor);
+  for (const auto& external : location->externalAttributeLocations()) {
+    tree.addExternalAttributes(std::make_unique<PoTree::PotreeTree>(
+        asPotree(external),
+        parsed(fetchMetaData(*external), *external, PoTree::MetaDataUse::ExternalAttributes),
+        positionFactor));
+  }
+  const PoTree::MetaData& metaData = tree.metaData();
+  if (!tree.nodeById({}, {}) && metaData.points > 0) {
+    throw Core::FormatError(Core::Source{location->toString() + "/hierarchy.bin"}, "first chunk",
+                            "a record of the root", std::to_string(metaData.firstChunkSize) + " bytes");
+  }
+  position_ = {{metaData.offset[0], metaData.offset[1], metaData.offset[2]}};
+  boundingBox_ = frameBox(statedBox(metaData));
+  spacing_ = metaData.spacing * positionFactor;
+}
+
+std::string_view Octree::formatName() const {
+  return "potree";
+}
+
+std::uint64_t Octree::numPoints() const {
+  return std::get<PoTree::PotreeTree>(tree_).metaData().points;
+}
+
+double Octree::spacing(const OctreeNodeId& id) const {
+  return std::ldexp(spacing_, -static_cast<int>(id.level()));
+}
+
+template <class Has>
+bool Octree::anyStores(const Has& has) const {
+  const auto& tree = std::get<PoTree::PotreeTree>(tree_);
+  bool found = has(tree.metaData().stored);
+  for (const auto& external : tree.externalAttributes()) found = found || has(external->metaData().stored);
+  return found;
+}
+
+bool Octree::hasColors() const {
+  return anyStores([](const PoTree::StoredAttributes& stored) { return stored.colors; });
+}
+bool Octree::hasIntensities() const {
+  return anyStores([](const PoTree::StoredAttributes& stored) { return stored.intensities; });
+}
+bool Octree::hasClassification() const {
+  return anyStores([](const PoTree::StoredAttributes& stored) { return stored.classification; });
+}
+bool Octree::hasNormals() const {
+  return anyStores([](const PoTree::StoredAttributes& stored) { return stored.normals; });
+}
+
+std::vector<std::uint64_t> Octree::classHistogram() const {
+  const PoTree::Attribute* const classes =
+      std::get<PoTree::PotreeTree>(tree_).metaData().findReadable("classification");
+  return classes == nullptr ? std::vector<std::uint64_t>() : classes->histogram;
+}
+
+std::vector<std::string> Octree::attributeNames() const {
+  const auto& tree = std::get<PoTree::PotreeTree>(tree_);
+  std::vector<std::string> names;
+  for (const PoTree::Attribute& attribute : tree.metaData().attributes) names.push_back(attribute.name);
+  for (const auto& external : tree.externalAttributes()) {
+    for (const PoTree::Attribute& attribute : external->metaData().attributes)
+      names.push_back(attribute.name);
+  }
+  return names;
+}
+
+std::array<double, 3> Octree::scale() const {
+  return std::get<PoTree::PotreeTree>(tree_).metaData().scale;
+}
+
+ChildIds Octree::children(const OctreeNodeId& id, std::stop_token stopToken) {
+  ChildIds result;
+  const std::shared_ptr<PoTree::Node> node =
+      std::get<PoTree::PotreeTree>(tree_).nodeById(id, std::move(stopToken));
+  if (!node) return result;
+  for (std::uint8_t i = 0; i < 8; ++i) {
+    if (node->children[i]) result.ids[result.count++] = id.child(i);
+  }
+  return result;
+}
+
+Math::NBoundingBox<double, 3> Octree::worldCube(const OctreeNodeId& id) const {
+  Math::NBoundingBox<double, 3> cube = std::get<PoTree::PotreeTree>(tree_).metaData().boundingBox;
+  for (std::uint64_t level = 1; level <= id.level(); ++level)
+    cube = PoTree::childBox(cube, id.childIndexAt(level));
+  return cube;
+}
+
+Math::NBoundingBox<float, 3> Octree::frameBox(const Math::NBoundingBox<double, 3>& world) const {
+  Math::NBoundingBox<float, 3> box;
+  for (int axis = 0; axis < 3; ++axis) {
+    box.minimum[axis] = narrowedDown((world.minimum[axis] - position_[axis]) * positionFactor_);
+    box.maximum[axis] = narrowedUp((world.maximum[axis] - position_[axis]) * positionFactor_);
+  }
+  return box;
+}
+
+Math::NBoundingBox<float, 3> Octree::boundingCube(const OctreeNodeId& id) const {
+  return frameBox(worldCube(id));
+}
+
+Math::NBoundingBox<float, 3> Octree::pointBounds(const OctreeNodeId& id) const {
+  Math::NBoundingBox<double, 3> cube = worldCube(id);
+  const std::array<double, 3> step = scale();
+  for (int axis = 0; axis < 3; ++axis) {
+    cube.minimum[axis] -= step[static_cast<std::size_t>(axis)];
+    cube.maximum[axis] += step[static_cast<std::size_t>(axis)];
+  }
+  return frameBox(cube);
+}
+
+bool Octree::loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken) {
+  return std::get<PoTree::PotreeTree>(tree_).loadNodePoints(id, points, std::move(stopToken), false);
+}
+
+std::uint64_t Octree::mostNodes(std::stop_token stopToken) {
+  return std::get<PoTree::PotreeTree>(tree_).mostNodes(std::move(stopToken));
+}
+
+std::vector<UnreadableNode> Octree::unreadableNodes() const {
+  return std::get<PoTree::PotreeTree>(tree_).unreadableNodes();
+}
+
+}  // namespace Octree

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "math/BoundingBox.h"
+#include "math/SoAPointContainer.h"
+#include "octree/Location.h"
+#include "octree/OctreeNodeId.h"
+#include "octree/UnreadableNodes.h"
+#include "octree/potree/PotreeTree.h"
+
+namespace Octree {
+
+/// The ids of a node's children, in rising child index.
+struct ChildIds {
+  std::array<OctreeNodeId, 8> ids;
+  std::size_t count = 0;
+
+  [[nodiscard]] const OctreeNodeId* begin() const { return ids.data(); }
+  [[nodiscard]] const OctreeNodeId* end() const { return ids.data() + count; }
+};
+
+/// An opened point cloud: its facts, its nodes' cubes and the way to their points, whatever format it has.
+///
+/// Coordinates are those of the octree frame, single precision and local: world = octree coordinate, divided
+/// by the position factor, + position().
+/// Threads: all calls are safe together.
+class Octree {
+ public:
+  /// Fetches the metadata and the root's part of the hierarchy.
+  /// @throws std::runtime_error naming path or URL and the reason when the cloud cannot be opened.
+  Octree(const std::shared_ptr<Location>& location, double positionFactor);
+  Octree(const Octree&) = delete;
+  Octree& operator=(const Octree&) = delete;
+
+  /// A number that no other octree of this process has.
+  [[nodiscard]] std::uint64_t serial() const { return serial_; }
+  /// "potree" or "entwine".
+  [[nodiscard]] std::string_view formatName() const;
+  [[nodiscard]] std::uint64_t numPoints() const;
+  /// The box of the points as the writer states it, else the root's cube; never narrower than stated. Clouds
+  /// with compressed nodes have points up to one scale step outside.
+  [[nodiscard]] const Math::NBoundingBox<float, 3>& boundingBox() const { return boundingBox_; }
+  /// The world coordinates of the octree frame's origin.
+  [[nodiscard]] const Math::Point<double, 3>& position() const { return position_; }
+  /// The distance between points of the root, in octree coordinates.
+  [[nodiscard]] float spacing() const { return static_cast<float>(spacing_); }
+  /// That of a node: each level halves it.
+  [[nodiscard]] double spacing(const OctreeNodeId& id) const;
+
+  [[nodiscard]] bool hasColors() const;
+  [[nodiscard]] bool hasIntensities() const;
+  [[nodiscard]] bool hasClassification() const;
+  [[nodiscard]] bool hasNormals() const;
+  /// Counts by class index as the metadata state them; empty when they do not.
+  [[nodiscard]] std::vector<std::uint64_t> classHistogram() const;
+  /// All stored attributes under their stored names, external ones last.
+  [[nodiscard]] std::vector<std::string> attributeNames() const;
+  /// The smallest difference between stored coordinates, per axis, in world units.
+  [[nodiscard]] std::array<double, 3> scale() const;
+
+  /// The children that the hierarchy names.
+  /// @throws std::runtime_error "Failed to fetch node by id" when a hierarchy chunk cannot be read.
+  [[nodiscard]] ChildIds children(const OctreeNodeId& id, std::stop_token stopToken);
+  /// The node's cube, cut from the root's by the id alone, no look-up needed. Narrowed to float outward.
+  [[nodiscard]] Math::NBoundingBox<float, 3> boundingCube(const OctreeNodeId& id) const;
+  /// The box in which all points of the node and its subtree lie: its cube grown by one scale step, since
+  /// common writers place points that far outside. Pruning and containment tests work on it.
+  [[nodiscard]] Math::NBoundingBox<float, 3> pointBounds(const OctreeNodeId& id) const;
+
+  /// Decodes the node's points into @p points, complete with defaults for what is not stored. False when they
+  /// could not be read or a stop was requested: unreadableNodes() then says why.
+  /// @throws std::bad_variant_access when the octree holds no tree.
+  bool loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken);
+
+  /// The most nodes that a walk can visit unless the hierarchy is hostile. Asks the location.
+  [[nodiscard]] std::uint64_t mostNodes(std::stop_token stopToken);
+  [[nodiscard]] std::vector<UnreadableNode> unreadableNodes() const;
+
+ private:
+  [[nodiscard]] Math::NBoundingBox<float, 3> frameBox(const Math::NBoundingBox<double, 3>& world) const;
+  [[nodiscard]] Math::NBoundingBox<double, 3> worldCube(const OctreeNodeId& id) const;
+  template <class Has>
+  [[nodiscard]] bool anyStores(const Has& has) const;
+
+  const std::uint64_t serial_;
+  const double positionFactor_;
+  std::variant<std::monostate, PoTree::PotreeTree> tree_;
+  Math::Point<double, 3> position_;
+  Math::NBoundingBox<float, 3> boundingBox_;
+  double spacing_ = 0;
+};
+
+}  // namespace Octree

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <future>
+#include <memory>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "math/SoAPointContainer.h"
+#include "octree/LruCache.h"
+#include "octree/OctreeNodeId.h"
+#include "octree/UnreadableNodes.h"
+#include "octree/potree/Location.h"
+#include "octree/potree/MetaData.h"
+#include "octree/potree/Node.h"
+
+namespace PoTree {
+
+/// The nodes of a Potree octree: finds them, hierarchy chunk by hierarchy chunk as lookups reach them, and
+/// loads their points. Octrees that hold further attributes of the same points are merged into what it loads.
+/// Threads: all calls are safe together; no lock is held while bytes are fetched or decoded.
+class PotreeTree {
+ public:
+  /// @param metaData        what the octree's metadata.json says; calls wait until it is there.
+  /// @param positionFactor  applied to every coordinate after the metadata's scale.
+  PotreeTree(std::shared_ptr<Location> location, std::shared_future<MetaData> metaData,
+             double positionFactor);
+
+  /// Adds an octree of the same nodes that stores more attributes. Only before the tree is shared.
+  void addExternalAttributes(std::unique_ptr<PotreeTree> external);
+
+  /// @throws std::future_error when the tree was made without metadata.
+  [[nodiscard]] const MetaData& metaData() const;
+  [[nodiscard]] std::span<const std::unique_ptr<PotreeTree>> externalAttributes() const { return externals_; }
+
+  /// The node, from the cache of nodes or by way of its parent; empty when the octree has none of that id.
+  /// @throws std::runtime_error "Failed to fetch node by id" when a hierarchy chunk on the way cannot be
+  /// read.
+  [[nodiscard]] std::shared_ptr<Node> nodeById(Octree::OctreeNodeId id, std::stop_token stopToken);
+
+  /// Loads the node's points into @p points: the stored columns of this octree, then those of the external
+  /// ones. False when anything could not be read or a stop was requested; unreadableNodes() then says why.
+  /// @param appending  whether this octree adds its columns to points that are there already.
+  bool loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& points, std::stop_token stopToken,
+                      bool appending);
+
+  /// The most nodes that a walk can visit in a hierarchy file that is not hostile: chunks that name each
+  /// other can announce any number. Asks the location for the file's size.
+  [[nodiscard]] std::uint64_t mostNodes(std::stop_token stopToken);
+
+  /// What could not be read, of the external octrees too.
+  [[nodiscard]] std::vector<Octree::UnreadableNode> unreadableNodes() const;
+
+ private:
+  bool loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunkOffset, std::uint64_t chunkSize,
+                          const Math::NBoundingBox<double, 3>& box, std::shared_ptr<Node>& result,
+                          std::stop_token stopToken);
+  bool nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken);
+  bool findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken);
+  [[nodiscard]] bool isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_token stopToken);
+
+  bool getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken);
+  [[nodiscard]] bool applyVisibilityHint(const Node& node, Math::NodePoints& points) const;
+  void noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count, std::uint64_t bytesPerPoint);
+  void note(Octree::OctreeNodeId id, const std::string& reason);
+
+  const std::shared_ptr<Location> location_;
+  const std::shared_future<MetaData> metaData_;
+  const double positionFactor_;
+  std::vector<std::unique_ptr<PotreeTree>> externals_;
+  Octree::LruCache<Octree::OctreeNodeId, std::shared_ptr<Node>> nodes_;
+  Octree::UnreadableNodes unreadable_;
+};
+
+}  // namespace PoTree
