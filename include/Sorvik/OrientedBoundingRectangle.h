@@ -63,7 +63,7 @@ class SORVIK_API OrientedBoundingRectangle final {
 
   /// Turns the rectangle's axes to @p angleRadians, counter-clockwise from the world's.
   void setRotationByAngle(float angleRadians);
-  /// The angle of the rectangle's x axis, in (-π, π]; its y axis is not looked at.
+  /// The angle of the rectangle's x axis, in [-π, π]; its y axis is not looked at.
   void getRotationAsAngle(float& angleRadians) const;
 
   void setRotationByMatrix22(Span<const float> rotationMatrix);

@@ -63,7 +63,7 @@ struct NOrientedBoundingBox {
 /// The rotation matrix (column-major 2×2) of an angle, counter-clockwise.
 [[nodiscard]] std::array<float, 4> rotationFromAngle(float angleRadians);
 
-/// The angle in (-π, π] of a rotation matrix's first column (column-major 2×2).
+/// The angle in [-π, π] of a rotation matrix's first column (column-major 2×2).
 [[nodiscard]] float angleFromRotation(const std::array<float, 4>& rotation);
 
 /// The rotation matrix (column-major 3×3) of the quaternion x, y, z, w, which is taken as a unit quaternion.
