@@ -11,8 +11,8 @@ namespace Math {
 /// An axis-parallel box (N = 3) or rectangle (N = 2), its faces included. A default-constructed one is empty.
 template <class T, int N>
 struct NBoundingBox {
-  Point<T, N> minimum = filled(std::numeric_limits<T>::infinity());
-  Point<T, N> maximum = filled(-std::numeric_limits<T>::infinity());
+  Point<T, N> minimum = Point<T, N>::filled(std::numeric_limits<T>::infinity());
+  Point<T, N> maximum = Point<T, N>::filled(-std::numeric_limits<T>::infinity());
 
   [[nodiscard]] constexpr bool inside(const Point<T, N>& p) const {
     for (int i = 0; i < N; ++i) {
@@ -50,14 +50,14 @@ struct NBoundingBox {
     return result;
   }
 
-  bool operator==(const NBoundingBox&) const = default;
-
- private:
-  static constexpr Point<T, N> filled(T value) {
-    Point<T, N> point;
-    for (int i = 0; i < N; ++i) point[i] = value;
-    return point;
+  /// Half of size().
+  [[nodiscard]] constexpr Point<T, N> halfSize() const {
+    Point<T, N> result = size();
+    for (int i = 0; i < N; ++i) result[i] *= T{0.5};
+    return result;
   }
+
+  bool operator==(const NBoundingBox&) const = default;
 };
 
 }  // namespace Math

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include "math/Point.h"
 
 namespace Math {
@@ -11,6 +13,17 @@ struct Cylinder {
   Point<T, 3> origin;
   Point<T, 3> direction;
   T radius = T{0};
+
+  /// Around the line from p1 to p2, with p1 as origin and a unit direction; zero when the points are equal.
+  [[nodiscard]] static Cylinder fromTwoPoints(const Point<T, 3>& p1, const Point<T, 3>& p2, T radius) {
+    Cylinder cylinder{p1, p2 - p1, radius};
+    const T lengthSquared = dot(cylinder.direction, cylinder.direction);
+    if (lengthSquared > T{0}) {
+      const T length = std::sqrt(lengthSquared);
+      for (int i = 0; i < 3; ++i) cylinder.direction[i] /= length;
+    }
+    return cylinder;
+  }
 
   [[nodiscard]] constexpr bool inside(const Point<T, 3>& p) const {
     const Point<T, 3> v = p - origin;

@@ -4,6 +4,16 @@
 
 namespace Math {
 
+std::array<float, 4> rotationFromAngle(float angleRadians) {
+  const float cosine = std::cos(angleRadians);
+  const float sine = std::sin(angleRadians);
+  return {cosine, sine, -sine, cosine};
+}
+
+float angleFromRotation(const std::array<float, 4>& rotation) {
+  return std::atan2(rotation[1], rotation[0]);
+}
+
 std::array<float, 9> rotationFromQuaternion(const std::array<float, 4>& xyzw) {
   std::array<float, 9> rotation{};
   Eigen::Map<Eigen::Matrix3f>(rotation.data()) =

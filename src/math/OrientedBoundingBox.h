@@ -13,9 +13,9 @@ namespace Math {
 template <class T, int N>
 struct NOrientedBoundingBox {
   Point<T, N> center;
-  Point<T, N> halfSize = filled(T{0.5});
+  Point<T, N> halfSize = Point<T, N>::filled(T{0.5});
   /// Column-major: axis i is elements N·i to N·i + N - 1.
-  std::array<T, N * N> rotation = identity();
+  std::array<T, N* N> rotation = identity();
 
   [[nodiscard]] static NOrientedBoundingBox fromBox(const NBoundingBox<T, N>& box) {
     NOrientedBoundingBox result;
@@ -28,6 +28,19 @@ struct NOrientedBoundingBox {
     Point<T, N> column;
     for (int j = 0; j < N; ++j) column[j] = rotation[static_cast<std::size_t>(N * i + j)];
     return column;
+  }
+  constexpr void setAxis(int i, const Point<T, N>& column) {
+    for (int j = 0; j < N; ++j) rotation[static_cast<std::size_t>(N * i + j)] = column[j];
+  }
+
+  /// Twice the half size.
+  [[nodiscard]] constexpr Point<T, N> size() const {
+    Point<T, N> result;
+    for (int i = 0; i < N; ++i) result[i] = T{2} * halfSize[i];
+    return result;
+  }
+  constexpr void setSize(const Point<T, N>& size) {
+    for (int i = 0; i < N; ++i) halfSize[i] = size[i] * T{0.5};
   }
 
   [[nodiscard]] bool inside(const Point<T, N>& p) const {
@@ -45,14 +58,13 @@ struct NOrientedBoundingBox {
     for (int i = 0; i < N; ++i) columns[static_cast<std::size_t>((N + 1) * i)] = T{1};
     return columns;
   }
-
- private:
-  static constexpr Point<T, N> filled(T value) {
-    Point<T, N> point;
-    for (int i = 0; i < N; ++i) point[i] = value;
-    return point;
-  }
 };
+
+/// The rotation matrix (column-major 2×2) of an angle, counter-clockwise.
+[[nodiscard]] std::array<float, 4> rotationFromAngle(float angleRadians);
+
+/// The angle in [-π, π] of a rotation matrix's first column (column-major 2×2).
+[[nodiscard]] float angleFromRotation(const std::array<float, 4>& rotation);
 
 /// The rotation matrix (column-major 3×3) of the quaternion x, y, z, w, which is taken as a unit quaternion.
 [[nodiscard]] std::array<float, 9> rotationFromQuaternion(const std::array<float, 4>& xyzw);

@@ -12,6 +12,13 @@ struct Plane {
   Point<T, 3> normal;
   T constant = T{0};
 
+  /// The plane through @p point perpendicular to @p normal of any length, normalised.
+  [[nodiscard]] static Plane throughPoint(const Point<T, 3>& normal, const Point<T, 3>& point) {
+    Plane plane{normal, -dot(normal, point)};
+    plane.normalize();
+    return plane;
+  }
+
   /// Divides by the normal's length; a zero normal stays as it is.
   void normalize() {
     const T length = std::sqrt(dot(normal, normal));

@@ -7,6 +7,13 @@ template <class T, int N>
 struct Point {
   T coordinates[N] = {};
 
+  /// The point whose coordinates all are @p value.
+  [[nodiscard]] static constexpr Point filled(T value) {
+    Point point;
+    for (int i = 0; i < N; ++i) point[i] = value;
+    return point;
+  }
+
   constexpr T& operator[](int axis) { return coordinates[axis]; }
   constexpr const T& operator[](int axis) const { return coordinates[axis]; }
 

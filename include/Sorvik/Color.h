@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Sorvik {
+
+/// A colour of four 8-bit channels, in this order in memory: blue, green, red, alpha. 255 is full intensity
+/// and full opacity. Every combination of values is valid.
+struct Color {
+  std::uint8_t b;
+  std::uint8_t g;
+  std::uint8_t r;
+  std::uint8_t a;
+
+  bool operator==(const Color&) const = default;
+};
+
+}  // namespace Sorvik

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "math/BoundingBox.h"
+#include "math/Cylinder.h"
+#include "math/OrientedBoundingBox.h"
+#include "math/Plane.h"
+#include "math/Polygon.h"
+#include "math/Sphere.h"
+#include "math/Viewport.h"
+
+namespace Sorvik {
+
+class BoundingBox;
+class BoundingRectangle;
+class Circle;
+class Cylinder;
+class CylinderFinite;
+class OrientedBoundingBox;
+class OrientedBoundingRectangle;
+class Plane;
+class Polygon;
+class Sphere;
+class Viewport;
+
+/// The door from a public object to the engine value it holds, for the other façades. Each reference is valid
+/// until the object is assigned to or destroyed.
+struct EngineAccess {
+  [[nodiscard]] static const ::Math::NBoundingBox<float, 3>& engine(const BoundingBox& box);
+  [[nodiscard]] static const ::Math::NBoundingBox<float, 2>& engine(const BoundingRectangle& rectangle);
+  [[nodiscard]] static const ::Math::NSphere<float, 2>& engine(const Circle& circle);
+  [[nodiscard]] static const ::Math::Cylinder<float>& engine(const Cylinder& cylinder);
+  [[nodiscard]] static const ::Math::CylinderFinite<float>& engine(const CylinderFinite& cylinder);
+  [[nodiscard]] static const ::Math::NOrientedBoundingBox<float, 3>& engine(const OrientedBoundingBox& box);
+  [[nodiscard]] static const ::Math::NOrientedBoundingBox<float, 2>& engine(
+      const OrientedBoundingRectangle& rectangle);
+  [[nodiscard]] static const ::Math::Plane<float>& engine(const Plane& plane);
+  [[nodiscard]] static const ::Math::Polygon<float>& engine(const Polygon& polygon);
+  [[nodiscard]] static const ::Math::NSphere<float, 3>& engine(const Sphere& sphere);
+  [[nodiscard]] static const ::Math::Viewport& engine(const Viewport& viewport);
+};
+
+}  // namespace Sorvik
