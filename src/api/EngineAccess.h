@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "math/BoundingBox.h"
 #include "math/Cylinder.h"
 #include "math/OrientedBoundingBox.h"
@@ -7,6 +9,11 @@
 #include "math/Polygon.h"
 #include "math/Sphere.h"
 #include "math/Viewport.h"
+#include "octree/OctreeNodeCache.h"
+
+namespace Octree {
+class Location;
+}
 
 namespace Sorvik {
 
@@ -15,9 +22,12 @@ class BoundingRectangle;
 class Circle;
 class Cylinder;
 class CylinderFinite;
+class Location;
 class OrientedBoundingBox;
 class OrientedBoundingRectangle;
 class Plane;
+class PointChunk;
+class PointCloud;
 class Polygon;
 class Sphere;
 class Viewport;
@@ -37,6 +47,13 @@ struct EngineAccess {
   [[nodiscard]] static const ::Math::Polygon<float>& engine(const Polygon& polygon);
   [[nodiscard]] static const ::Math::NSphere<float, 3>& engine(const Sphere& sphere);
   [[nodiscard]] static const ::Math::Viewport& engine(const Viewport& viewport);
+
+  [[nodiscard]] static std::shared_ptr<::Octree::Location>& engine(Location& location);
+  [[nodiscard]] static const std::shared_ptr<::Octree::Location>& engine(const Location& location);
+  [[nodiscard]] static const std::shared_ptr<::Octree::Octree>& octree(const PointCloud& cloud);
+  [[nodiscard]] static const std::shared_ptr<::Octree::OctreeNodeCache>& cache(const PointCloud& cloud);
+  /// A chunk that shares @p entry.
+  [[nodiscard]] static PointChunk chunk(const std::shared_ptr<::Octree::OctreeNodeCache::CacheEntry>& entry);
 };
 
 }  // namespace Sorvik
