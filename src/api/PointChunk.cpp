@@ -49,10 +49,12 @@ void PointChunk::getColor(std::uint64_t index, Color& color) const {
 }
 
 Span<const float> PointChunk::positions() const {
-  return impl_->entry ? impl_->points().positions() : Span<const float>();
+  if (!impl_->entry) return {};
+  return impl_->points().positions();
 }
 Span<const float> PointChunk::normals() const {
-  return impl_->entry ? impl_->points().normals() : Span<const float>();
+  if (!impl_->entry) return {};
+  return impl_->points().normals();
 }
 Span<const unsigned char> PointChunk::colors() const {
   if (!impl_->entry) return {};
@@ -60,10 +62,12 @@ Span<const unsigned char> PointChunk::colors() const {
   return {reinterpret_cast<const unsigned char*>(colors.data()), colors.size_bytes()};
 }
 Span<const unsigned short> PointChunk::intensities() const {
-  return impl_->entry ? impl_->points().intensities() : Span<const unsigned short>();
+  if (!impl_->entry) return {};
+  return impl_->points().intensities();
 }
 Span<const unsigned char> PointChunk::classIndices() const {
-  return impl_->entry ? impl_->points().classIndices() : Span<const unsigned char>();
+  if (!impl_->entry) return {};
+  return impl_->points().classIndices();
 }
 
 PointChunk EngineAccess::chunk(const std::shared_ptr<::Octree::OctreeNodeCache::CacheEntry>& entry) {

@@ -1,6 +1,7 @@
 #include "Sorvik/PointCloud.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "api/EngineAccess.h"
 #include "octree/Octree.h"
@@ -15,14 +16,15 @@ constexpr double kPositionFactor = 1.0;
 }  // namespace
 
 struct PointCloud::Impl {
-  explicit Impl(const std::shared_ptr<::Octree::Location>& location)
-      : cache(std::make_shared<::Octree::OctreeNodeCache>(kNodeCacheCapacity)),
-        octree(std::make_shared<::Octree::Octree>(location, kPositionFactor)) {}
   std::shared_ptr<::Octree::Octree> octree;
-  std::shared_ptr<::Octree::OctreeNodeCache> cache;
+  std::shared_ptr<::Octree::OctreeNodeCache> cache;  // goes first
 };
 
-PointCloud::PointCloud(const Location& location) : impl_(std::make_unique<Impl>(EngineAccess::engine(location))) {}
+PointCloud::PointCloud(const Location& location) {
+  auto cache = std::make_shared<::Octree::OctreeNodeCache>(kNodeCacheCapacity);
+  auto octree = std::make_shared<::Octree::Octree>(EngineAccess::engine(location), kPositionFactor);
+  impl_ = std::make_unique<Impl>(Impl{std::move(octree), std::move(cache)});
+}
 PointCloud::PointCloud(const PointCloud& other)
     : impl_(this == &other ? nullptr : std::make_unique<Impl>(*other.impl_)) {}
 PointCloud::PointCloud(PointCloud&& other) noexcept = default;
