@@ -17,7 +17,8 @@ if grep -rhE '^ *# *include' "$work/prefix/include" | grep -vE '"Sorvik/[A-Za-z]
   exit 1
 fi
 
-"$cmake" -S "$examples" -B "$work/byCMake" -G "$generator" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+"$cmake" -S "$examples" -B "$work/byCMake" -G "$generator" \
+  -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$compiler" \
   -DCMAKE_CXX_FLAGS="$flags -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror" >"$work/configure.log"
 "$cmake" --build "$work/byCMake" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/byCMake/shapes" | tee "$work/byCMake.txt"
