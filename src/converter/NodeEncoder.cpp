@@ -1,0 +1,111 @@
+#include "converter/NodeEncoder.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <stdexcept>
+
+#include "converter/LittleEndian.h"
+#include "converter/MortonCode.h"
+#include "core/Brotli.h"
+#include "core/ByteReader.h"
+
+namespace Converter {
+namespace {
+
+/// A point of the node on its way into the blocks.
+struct OrderedPoint {
+  PositionCode code;
+  const std::byte* record = nullptr;
+};
+
+PositionCode codeAt(const std::byte* position) {
+  const auto x = Core::loadLittleEndian<std::uint32_t>(position);
+  const auto y = Core::loadLittleEndian<std::uint32_t>(position + 4);
+  const auto z = Core::loadLittleEndian<std::uint32_t>(position + 8);
+  const PositionCode code = positionCode(x, y, z);
+  if (!code.readable()) {
+    throw std::invalid_argument("position (" + std::to_string(x) + ", " + std::to_string(y) + ", " +
+                                std::to_string(z) + ") has a code whose high half readers do not see");
+  }
+  return code;
+}
+
+std::vector<OrderedPoint> orderedPoints(std::span<const std::byte> records, const RecordLayout& layout) {
+  std::vector<OrderedPoint> points(records.size() / layout.stride);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    points[i].record = records.data() + i * layout.stride;
+    if (layout.positionOffset) points[i].code = codeAt(points[i].record + *layout.positionOffset);
+  }
+  // Records of equal codes are in their old order when they are ordered by address.
+  std::sort(points.begin(), points.end(), [](const OrderedPoint& a, const OrderedPoint& b) {
+    return a.code != b.code ? a.code < b.code : std::less<>()(a.record, b.record);
+  });
+  return points;
+}
+
+std::byte* storeColorCode(std::byte* out, const std::byte* color) {
+  return storeLittleEndian(out, mortonCode(Core::loadLittleEndian<std::uint16_t>(color),
+                                           Core::loadLittleEndian<std::uint16_t>(color + 2),
+                                           Core::loadLittleEndian<std::uint16_t>(color + 4)));
+}
+
+std::byte* storeColumn(std::byte* out, const RecordColumn& column, const std::vector<OrderedPoint>& points) {
+  for (const OrderedPoint& point : points) {
+    switch (column.kind) {
+      case ColumnKind::Position:
+        out = storeLittleEndian(storeLittleEndian(out, point.code.high), point.code.low);
+        break;
+      case ColumnKind::Color:
+        out = storeColorCode(out, point.record + column.offset);
+        break;
+      case ColumnKind::Raw:
+        std::memcpy(out, point.record + column.offset, column.size);
+        out += column.size;
+        break;
+    }
+  }
+  return out;
+}
+
+class UncompressedEncoder final : public NodeEncoder {
+ public:
+  [[nodiscard]] std::string encode(std::span<const std::byte> records) const override {
+    return {reinterpret_cast<const char*>(records.data()), records.size()};
+  }
+};
+
+class BrotliEncoder final : public NodeEncoder {
+ public:
+  BrotliEncoder(RecordLayout layout, int quality) : layout_(std::move(layout)), quality_(quality) {}
+
+  [[nodiscard]] std::string encode(std::span<const std::byte> records) const override {
+    return records.empty() ? std::string() : Core::brotliEncode(attributeBlocks(records, layout_), quality_);
+  }
+
+ private:
+  RecordLayout layout_;
+  int quality_;
+};
+
+}  // namespace
+
+std::vector<std::byte> attributeBlocks(std::span<const std::byte> records, const RecordLayout& layout) {
+  const std::vector<OrderedPoint> points = orderedPoints(records, layout);
+  const std::size_t pointSize =
+      std::accumulate(layout.columns.begin(), layout.columns.end(), std::size_t{0},
+                      [](std::size_t sum, const RecordColumn& column) { return sum + column.encodedSize(); });
+  std::vector<std::byte> blocks(points.size() * pointSize);
+  std::byte* out = blocks.data();
+  for (const RecordColumn& column : layout.columns) out = storeColumn(out, column, points);
+  return blocks;
+}
+
+std::unique_ptr<NodeEncoder> makeNodeEncoder(PoTree::Encoding encoding, RecordLayout layout,
+                                             int brotliQuality) {
+  if (encoding == PoTree::Encoding::Uncompressed) return std::make_unique<UncompressedEncoder>();
+  return std::make_unique<BrotliEncoder>(std::move(layout), brotliQuality);
+}
+
+}  // namespace Converter

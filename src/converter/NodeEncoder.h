@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "converter/RecordLayout.h"
+#include "octree/potree/MetaData.h"
+
+namespace Converter {
+
+/// From the points of one node to its bytes in the octree data file. Pure.
+/// Threads: encode() is safe together.
+class NodeEncoder {
+ public:
+  virtual ~NodeEncoder() = default;
+
+  /// @param records  whole interleaved point records.
+  /// @return the bytes of the node; none for no records.
+  /// @throws std::invalid_argument when a point cannot be stored so that readers find it.
+  [[nodiscard]] virtual std::string encode(std::span<const std::byte> records) const = 0;
+};
+
+/// @param brotliQuality  0 to 11 (not checked); of no meaning to uncompressed data.
+[[nodiscard]] std::unique_ptr<NodeEncoder> makeNodeEncoder(PoTree::Encoding encoding, RecordLayout layout,
+                                                           int brotliQuality);
+
+/// The content of a brotli node before compression: one block an attribute, in list order, positions and
+/// colours as Morton codes. Points are ordered by position code, equal ones as they came; without positions
+/// the order stays.
+/// @throws std::invalid_argument naming a position that readers would not find again
+/// (PositionCode::readable).
+[[nodiscard]] std::vector<std::byte> attributeBlocks(std::span<const std::byte> records,
+                                                     const RecordLayout& layout);
+
+}  // namespace Converter
