@@ -6,7 +6,7 @@ build=$1
 shift
 names=("$@")
 if [[ ${#names[@]} -eq 0 ]]; then
-  for program in "$build"/bin/bench_*; do names+=("$(basename "$program")"); done
+  for program in "$build"/bin/*_bench; do names+=("$(basename "$program")"); done
 fi
 for name in "${names[@]}"; do
   echo "== $name"

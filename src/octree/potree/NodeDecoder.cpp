@@ -15,7 +15,7 @@ namespace {
 using Core::loadLittleEndian;
 
 // Points are decoded in blocks whose stored values stay in the first two cache levels.
-constexpr std::size_t kBlockSize = 1024;
+constexpr std::size_t kBlockSize = 256;
 
 AttributeStarts attributeStarts(const MetaData& metaData) {
   const bool brotli = metaData.encoding == Encoding::Brotli;
