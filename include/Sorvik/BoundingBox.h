@@ -25,12 +25,16 @@ class SORVIK_API BoundingBox final {
   BoundingBox& operator=(BoundingBox&& other) noexcept;
   ~BoundingBox();
 
+  /// Replaces the lower corner alone; nothing keeps it below the upper one.
   void setMinimum(Span<const float> minimum);
+  /// Writes x, y, z of the lower corner.
   void getMinimum(Span<float> minimum) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> minimum() const;
 
+  /// Replaces the upper corner alone; nothing keeps it above the lower one.
   void setMaximum(Span<const float> maximum);
+  /// Writes x, y, z of the upper corner.
   void getMaximum(Span<float> maximum) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> maximum() const;

@@ -26,12 +26,16 @@ class SORVIK_API BoundingRectangle final {
   BoundingRectangle& operator=(BoundingRectangle&& other) noexcept;
   ~BoundingRectangle();
 
+  /// Replaces the lower corner alone; nothing keeps it below the upper one.
   void setMinimum(Span<const float> minimum);
+  /// Writes x, y of the lower corner.
   void getMinimum(Span<float> minimum) const;
   /// Two elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> minimum() const;
 
+  /// Replaces the upper corner alone; nothing keeps it above the lower one.
   void setMaximum(Span<const float> maximum);
+  /// Writes x, y of the upper corner.
   void getMaximum(Span<float> maximum) const;
   /// Two elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> maximum() const;

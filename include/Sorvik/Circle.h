@@ -17,6 +17,7 @@ class SORVIK_API Circle final {
  public:
   /// Radius 1 around the origin.
   Circle();
+  /// The centre's coordinates and the radius, in the same unit.
   Circle(float x, float y, float radius);
   /// @throws std::invalid_argument "Error: enter.size() != 2".
   Circle(Span<const float> center, float radius);
@@ -26,14 +27,18 @@ class SORVIK_API Circle final {
   Circle& operator=(Circle&& other) noexcept;
   ~Circle();
 
+  /// Moves it; the radius stays.
   /// @throws std::invalid_argument "Error: enter.size() != 2".
   void setCenter(Span<const float> center);
+  /// The same from single coordinates.
   void setCenter(float x, float y);
+  /// Writes x, y.
   /// @throws std::invalid_argument "Error: enter.size() != 2".
   void getCenter(Span<float> center) const;
   /// Two elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> center() const;
 
+  /// In the unit of the coordinates; stored as given, 0 and negative values too.
   void setRadius(float radius);
   [[nodiscard]] float radius() const;
 

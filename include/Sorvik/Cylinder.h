@@ -34,6 +34,7 @@ class SORVIK_API Cylinder final {
   /// two are equal. Three elements each are read, whatever their lengths.
   [[nodiscard]] static Cylinder fromTwoPoints(Span<const float> p1, Span<const float> p2, float radius);
 
+  /// Any point of the axis.
   /// @throws std::invalid_argument "Error: originPoint.size() != 3".
   void setOrigin(Span<const float> originPoint);
   /// @throws std::invalid_argument "Error: originPoint.size() != 3".
@@ -49,6 +50,7 @@ class SORVIK_API Cylinder final {
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> direction() const;
 
+  /// In the unit of the coordinates; stored as given, 0 and negative values too.
   void setRadius(float radius);
   [[nodiscard]] float radius() const;
 

@@ -28,20 +28,25 @@ class SORVIK_API CylinderFinite final {
   [[nodiscard]] static CylinderFinite fromTwoPoints(Span<const float> start, Span<const float> end,
                                                     float radius);
 
+  /// Moves one end; the other stays.
   /// @throws std::invalid_argument "Error: startPoint.size() != 3".
   void setStart(Span<const float> startPoint);
+  /// Writes x, y, z.
   /// @throws std::invalid_argument "Error: startPoint.size() != 3".
   void getStart(Span<float> startPoint) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> start() const;
 
+  /// Moves one end; the other stays.
   /// @throws std::invalid_argument "Error: endPoint.size() != 3".
   void setEnd(Span<const float> endPoint);
+  /// Writes x, y, z.
   /// @throws std::invalid_argument "Error: endPoint.size() != 3".
   void getEnd(Span<float> endPoint) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> end() const;
 
+  /// In the unit of the coordinates; stored as given, 0 and negative values too.
   void setRadius(float radius);
   [[nodiscard]] float radius() const;
 

@@ -39,14 +39,18 @@ class SORVIK_API OrientedBoundingBox final {
   OrientedBoundingBox& operator=(OrientedBoundingBox&& other) noexcept;
   ~OrientedBoundingBox();
 
+  /// Moves it; sizes and axes stay.
   void setCenter(Span<const float> center);
+  /// Writes x, y, z in world coordinates.
   void getCenter(Span<float> center) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> center() const;
 
+  /// The extent from the centre along each of its own axes. A negative one makes it contain nothing.
   void setHalfSize(Span<const float> halfSize);
   /// The same half size along all three axes.
   void setHalfSize(float halfSize);
+  /// Writes three elements, along its own axes.
   void getHalfSize(Span<float> halfSize) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> halfSize() const;
@@ -55,9 +59,12 @@ class SORVIK_API OrientedBoundingBox final {
   void setSize(Span<const float> size);
   /// The same size along all three axes.
   void setSize(float size);
+  /// Writes three elements, along its own axes.
   void getSize(Span<float> size) const;
 
+  /// Stores nine elements as they are.
   void setRotationByMatrix33(Span<const float> rotationMatrix);
+  /// Writes the nine elements as they are stored.
   void getRotationAsMatrix33(Span<float> rotationMatrix) const;
   /// Nine elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> rotationMatrix33() const;

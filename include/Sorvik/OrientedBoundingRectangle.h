@@ -43,14 +43,18 @@ class SORVIK_API OrientedBoundingRectangle final {
   OrientedBoundingRectangle& operator=(OrientedBoundingRectangle&& other) noexcept;
   ~OrientedBoundingRectangle();
 
+  /// Moves it; sizes and axes stay.
   void setCenter(Span<const float> center);
+  /// Writes x, y in world coordinates.
   void getCenter(Span<float> center) const;
   /// Two elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> center() const;
 
+  /// The extent from the centre along each of its own axes. A negative one makes it contain nothing.
   void setHalfSize(Span<const float> halfSize);
   /// The same half size along both axes.
   void setHalfSize(float halfSize);
+  /// Writes two elements, along its own axes.
   void getHalfSize(Span<float> halfSize) const;
   /// Two elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> halfSize() const;
@@ -59,6 +63,7 @@ class SORVIK_API OrientedBoundingRectangle final {
   void setSize(Span<const float> size);
   /// The same size along both axes.
   void setSize(float size);
+  /// Writes two elements, along its own axes.
   void getSize(Span<float> size) const;
 
   /// Turns the rectangle's axes to @p angleRadians, counter-clockwise from the world's.
@@ -66,7 +71,9 @@ class SORVIK_API OrientedBoundingRectangle final {
   /// The angle of the rectangle's x axis, in [-π, π]; its y axis is not looked at.
   void getRotationAsAngle(float& angleRadians) const;
 
+  /// Stores four elements as they are.
   void setRotationByMatrix22(Span<const float> rotationMatrix);
+  /// Writes the four elements as they are stored.
   void getRotationAsMatrix22(Span<float> rotationMatrix) const;
   /// Four elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> rotationMatrix22() const;

@@ -14,6 +14,7 @@ namespace Sorvik {
 /// Threads: const calls are safe together.
 class SORVIK_API Plane final {
  public:
+  /// The coefficients, which need not be normalised.
   Plane(float a, float b, float c, float d);
   /// @param elems a, b, c, d.
   /// @throws std::invalid_argument "Error: elems.size() != 4".
@@ -39,7 +40,9 @@ class SORVIK_API Plane final {
   /// Writes three elements, whatever the length of @p normal.
   void getNormal(Span<float> normal) const;
 
+  /// d: with a normal of length 1, the signed distance of the origin from the plane.
   [[nodiscard]] float constant() const;
+  /// The same, written into @p constant.
   void getConstant(float& constant) const;
 
  private:

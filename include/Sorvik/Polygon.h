@@ -38,6 +38,7 @@ class SORVIK_API Polygon final {
 
   /// As many as vertices: the last edge leads back to the first vertex.
   [[nodiscard]] std::uint64_t numEdges() const;
+  /// The closing copy not counted.
   [[nodiscard]] std::uint64_t numVertices() const;
 
   /// The length of all edges, the closing one included.

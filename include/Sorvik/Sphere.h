@@ -17,6 +17,7 @@ class SORVIK_API Sphere final {
  public:
   /// Radius 1 around the origin.
   Sphere();
+  /// The centre's coordinates and the radius, in the same unit.
   Sphere(float x, float y, float z, float radius);
   /// @throws std::invalid_argument "Error: center.size() != 3".
   Sphere(Span<const float> center, float radius);
@@ -26,14 +27,18 @@ class SORVIK_API Sphere final {
   Sphere& operator=(Sphere&& other) noexcept;
   ~Sphere();
 
+  /// Moves it; the radius stays.
   /// @throws std::invalid_argument "Error: center.size() != 3".
   void setCenter(Span<const float> center);
+  /// The same from single coordinates.
   void setCenter(float x, float y, float z);
+  /// Writes x, y, z.
   /// @throws std::invalid_argument "Error: center.size() != 3".
   void getCenter(Span<float> center) const;
   /// Three elements of this object's storage, valid until it is changed or destroyed.
   [[nodiscard]] Span<const float> center() const;
 
+  /// In the unit of the coordinates; stored as given, 0 and negative values too.
   void setRadius(float radius);
   [[nodiscard]] float radius() const;
 

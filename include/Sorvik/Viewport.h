@@ -22,17 +22,21 @@ class SORVIK_API Viewport final {
   Viewport& operator=(Viewport&& other) noexcept;
   ~Viewport();
 
-  /// The left edge. Only the low 32 bits are kept, as a signed number.
+  /// The left edge, in pixels. Only the low 32 bits are kept, as a signed number.
   void setX(std::int64_t x);
+  /// The 32 bits kept, widened with their sign.
   [[nodiscard]] std::int64_t x() const;
 
-  /// The top edge. Only the low 32 bits are kept, as a signed number.
+  /// The top edge, in pixels. Only the low 32 bits are kept, as a signed number.
   void setY(std::int64_t y);
+  /// The 32 bits kept, widened with their sign.
   [[nodiscard]] std::int64_t y() const;
 
+  /// In pixels; every value is stored, 0 too.
   void setWidth(std::uint64_t width);
   [[nodiscard]] std::uint64_t width() const;
 
+  /// In pixels; every value is stored, 0 too.
   void setHeight(std::uint64_t height);
   [[nodiscard]] std::uint64_t height() const;
 

@@ -15,7 +15,7 @@ struct NOrientedBoundingBox {
   Point<T, N> center;
   Point<T, N> halfSize = Point<T, N>::filled(T{0.5});
   /// Column-major: axis i is elements N·i to N·i + N - 1.
-  std::array<T, N* N> rotation = identity();
+  std::array<T, (N * N)> rotation = identity();
 
   [[nodiscard]] static NOrientedBoundingBox fromBox(const NBoundingBox<T, N>& box) {
     NOrientedBoundingBox result;

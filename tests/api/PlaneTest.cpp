@@ -32,6 +32,13 @@ TEST(Plane, Of0024Becomes0012) {
   EXPECT_THAT(coefficients(Plane(std::array<float, 4>{0, 0, 2, 4})), ElementsAre(0, 0, 1, 2));
 }
 
+TEST(Plane, DividesEachCoefficientByTheNormalsLength) {
+  const auto expected = testing::Pointwise(testing::FloatEq(), {2.0F / 7, 3.0F / 7, 6.0F / 7, 2.0F});
+  EXPECT_THAT(coefficients(Plane(2, 3, 6, 14)), expected);
+  EXPECT_THAT(coefficients(Plane(std::array<float, 4>{2, 3, 6, 14})), expected);
+  EXPECT_THAT(coefficients(Plane(Vector3{2, 3, 6}, Vector3{-7, 0, 0})), expected);
+}
+
 TEST(Plane, FromNormal002AndPoint003Becomes001Minus3) {
   EXPECT_THAT(coefficients(Plane(Vector3{0, 0, 2}, Vector3{0, 0, 3})), ElementsAre(0, 0, 1, -3));
 }

@@ -2,9 +2,6 @@
 // constructor.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <new>
-#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
@@ -164,7 +161,7 @@ TEST(Shapes, KeepTheirStorageWhenMoved) {
   EXPECT_EQ(moved.center().data(), storage);
 }
 
-TEST(Shapes, MakeNoSphereOfASpanThatMayBeSomethingElse) {
+TEST(Shapes, ComeFromOneArgumentOnlyWhereTheCallerSaysSo) {
   static_assert(!std::is_convertible_v<Vector3, OrientedBoundingBox>);
   static_assert(!std::is_convertible_v<BoundingBox, OrientedBoundingBox>);
   static_assert(!std::is_convertible_v<std::array<float, 4>, Plane>);

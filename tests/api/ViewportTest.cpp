@@ -23,7 +23,9 @@ TEST(Viewport, KeepsTheLow32BitsOfItsOriginWithSign) {
   EXPECT_EQ(viewport.x(), -5);
   EXPECT_EQ(viewport.y(), 9);
   viewport.setX(0x80000000);
+  viewport.setY(0x7FFFFFFF);
   EXPECT_EQ(viewport.x(), -0x80000000LL);
+  EXPECT_EQ(viewport.y(), 0x7FFFFFFF);
 }
 
 TEST(Viewport, KeepsAll64BitsOfItsSize) {

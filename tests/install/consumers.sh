@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs the library into a temporary folder and builds the examples against it, once found by CMake and once by
-# pkg-config; both programs must run and say the same.
+# Installs the library into a temporary folder and builds the examples against it, once found by CMake and once
+# by pkg-config; both programs must run and say the same.
 #   consumers.sh BUILD_DIR EXAMPLES_DIR CMAKE GENERATOR COMPILER FLAGS
 set -eu
 build=$1 examples=$2 cmake=$3 generator=$4 compiler=$5 flags=$6

@@ -1,8 +1,9 @@
 #!/bin/sh
-# Every symbol that the shared library exports belongs to namespace Sorvik, and none to the inner records there.
+# Every symbol that the shared library exports belongs to namespace Sorvik, and none to the inner records
+# there.
 #   exported_symbols.sh LIBRARY
 set -eu
-# Mangled: the demangled name of a function template begins with its return type, which says nothing of its home.
+# Mangled: a demangled function template begins with its return type, which says nothing of its home.
 symbols=$(nm -D --defined-only "$1" | cut -d ' ' -f 3)
 
 fail() {
