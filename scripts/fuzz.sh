@@ -10,13 +10,26 @@ targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
   for program in "$build"/bin/fuzz_*; do targets+=("$(basename "$program")"); done
 fi
+readonly samples=../shared/data/potree
+
+# The real files that a target reads as they are.
+real_files() {
+  case $1 in
+    fuzz_metadata) find "$samples" -name metadata.json 2>/dev/null ;;
+    fuzz_hierarchy) find "$samples" -name hierarchy.bin 2>/dev/null ;;
+  esac
+}
+
 for target in "${targets[@]}"; do
   corpus=$build/corpus/$target
   mkdir -p "$corpus"
-  seeds=("fuzz/seeds/${target#fuzz_}")
-  [[ -d ${seeds[0]} ]] || seeds=()
+  seeds=()
+  if [[ -d fuzz/seeds/${target#fuzz_} ]]; then seeds=("fuzz/seeds/${target#fuzz_}"); fi
+  while read -r file; do
+    cp "$file" "$corpus/$(sha1sum <"$file" | cut -d ' ' -f 1)"
+  done < <(real_files "$target")
   echo "== $target: $seconds s"
   "$build/bin/$target" "$corpus" "${seeds[@]}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-    -print_final_stats=0 -verbosity=0 -artifact_prefix="$build/corpus/$target-"
+    -verbosity=0 -artifact_prefix="$build/corpus/$target-"
 done
 echo "${#targets[@]} passed, 0 failed"
