@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "converter/MetaDataCheck.h"
 #include "converter/MetaDataWriter.h"
 #include "core/ByteReader.h"
 #include "core/Parallel.h"

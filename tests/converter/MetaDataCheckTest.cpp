@@ -3,7 +3,7 @@
 #include <functional>
 #include <limits>
 
-#include "converter/MetaDataWriter.h"
+#include "converter/MetaDataCheck.h"
 #include "converter/WrittenOctree.h"
 
 namespace {

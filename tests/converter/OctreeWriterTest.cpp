@@ -159,6 +159,20 @@ TEST(OctreeWriter, RefusesBytesThatAreNoWholeRecords) {
               ThrowsMessage<std::invalid_argument>(HasSubstr("62 bytes are no whole records of 21")));
 }
 
+TEST(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
+  const TempFolder folder;
+  PoTree::MetaData metaData = plainMetaData();
+  metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
+  OctreeWriter writer(folder.path() / "out", metaData, {6, PoTree::MetaDataUse::ExternalAttributes});
+  constexpr std::size_t kTooMany = std::size_t{1} << 31U;
+  const auto untouched = std::make_unique_for_overwrite<std::byte[]>(kTooMany);
+  EXPECT_THAT(
+      [&] {
+        writer.addNode(nodeId("r"), {untouched.get(), kTooMany});
+      },
+      ThrowsMessage<std::invalid_argument>(HasSubstr("more than 2^31 - 1 points")));
+}
+
 TEST(OctreeWriter, CannotBeUsedAfterFinish) {
   const TempFolder folder;
   OctreeWriter writer(folder.path() / "out", plainMetaData());
