@@ -49,8 +49,8 @@ TEST(MetaDataWriter, DescribesAnAttribute) {
   metaData.attributes[0].min = {1, 2, 3};
   metaData.attributes[0].max = {4, 5, 6};
   EXPECT_EQ(written(metaData)["attributes"][0], nlohmann::json::parse(R"({
-    "name": "position", "description": "where", "size": 12, "numElements": 3, "elementSize": 4, "type": "int32",
-    "min": [1, 2, 3], "max": [4, 5, 6], "scale": [1, 1, 1], "offset": [0, 0, 0]})"));
+    "name": "position", "description": "where", "size": 12, "numElements": 3, "elementSize": 4,
+    "type": "int32", "min": [1, 2, 3], "max": [4, 5, 6], "scale": [1, 1, 1], "offset": [0, 0, 0]})"));
 }
 
 TEST(MetaDataWriter, WritesNumbersWithSeventeenSignificantDigits) {

@@ -59,7 +59,8 @@ TEST_P(ViewerRules, TheFolderHoldsTheThreeFilesAndNothingElse) {
 TEST_P(ViewerRules, EveryAttributeHasTheKeysThatViewersIndex) {
   const std::map<std::string, int> sizes{{"int8", 1},  {"uint8", 1},  {"int16", 2}, {"uint16", 2},
                                          {"int32", 4}, {"uint32", 4}, {"float", 4}, {"double", 8}};
-  for (const auto& attribute : WrittenOctree(folder_.path() / "cloud").metaData.at("attributes")) {
+  const WrittenOctree octree(folder_.path() / "cloud");
+  for (const auto& attribute : octree.metaData.at("attributes")) {
     const int elements = attribute.at("numElements");
     EXPECT_EQ(attribute.at("size"), sizes.at(attribute.at("type")) * elements) << attribute;
     EXPECT_EQ(attribute.at("min").size(), elements) << attribute;

@@ -1,7 +1,6 @@
 #include "converter/WrittenOctree.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 #include "core/Brotli.h"
@@ -187,9 +186,8 @@ std::vector<std::byte> plainRecords(const std::vector<std::array<std::int32_t, 3
     for (std::size_t channel = 0; channel < 3; ++channel)
       appendLittleEndian(bytes, 0x1234 + 999 * i + channel, 2);
   }
-  std::vector<std::byte> records(bytes.size());
-  std::memcpy(records.data(), bytes.data(), bytes.size());
-  return records;
+  const std::span<const std::byte> records = std::as_bytes(std::span(bytes));
+  return {records.begin(), records.end()};
 }
 
 }  // namespace Testing
