@@ -4,6 +4,8 @@
 #include <bit>
 #include <limits>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 #include <vector>
