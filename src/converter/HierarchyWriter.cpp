@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <unordered_set>
+#include <utility>
 
 #include "converter/LittleEndian.h"
 

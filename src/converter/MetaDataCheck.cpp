@@ -1,11 +1,12 @@
+#include "converter/MetaDataCheck.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include "converter/MetaDataWriter.h"
+#include <vector>
 
 namespace Converter {
 namespace {

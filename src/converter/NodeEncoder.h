@@ -4,6 +4,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "converter/RecordLayout.h"
 #include "octree/potree/MetaData.h"

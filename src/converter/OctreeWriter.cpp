@@ -4,10 +4,13 @@
 #include <bit>
 #include <limits>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "converter/MetaDataCheck.h"
 #include "converter/MetaDataWriter.h"
 #include "core/ByteReader.h"
 #include "core/Parallel.h"

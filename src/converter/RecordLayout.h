@@ -33,7 +33,7 @@ struct RecordLayout {
   std::size_t stride = 0;
   std::optional<std::size_t> positionOffset;
 
-  /// Of a list that checkWritable() accepts.
+  /// Of a list that checkWritable() (MetaDataCheck.h) accepts.
   explicit RecordLayout(std::span<const PoTree::Attribute> attributes);
 };
 

@@ -44,6 +44,7 @@ class AttributeColumn {
   /// Makes the column @p size points long for writing. Points that it did not hold before are left
   /// unwritten below @p written, which the caller fills, and get the default from there on.
   std::span<Value> prepare(std::size_t size, std::size_t written) {
+    if (written > 0) allDefault_ = false;
     const std::size_t held = values_.size() / kWidth;
     values_.resize(size * kWidth);
     for (std::size_t i = std::max(held, written) * kWidth; i < values_.size(); ++i) values_[i] = default_;
@@ -52,7 +53,13 @@ class AttributeColumn {
 
   /// The points of @p from at @p indices, in that order; absent when they are absent there.
   void gather(const AttributeColumn& from, std::span<const std::uint32_t> indices) {
-    if (!from.present()) return values_.clear();
+    if (!from.present()) return clear();
+    if (from.allDefault_) {
+      clear();
+      prepare(indices.size(), 0);
+      return;
+    }
+    allDefault_ = false;
     values_.resize(indices.size() * kWidth);
     Value* out = values_.data();
     const Value* const in = from.values_.data();
@@ -61,13 +68,17 @@ class AttributeColumn {
     }
   }
 
-  void clear() { values_.clear(); }
+  void clear() {
+    values_.clear();
+    allDefault_ = true;
+  }
   [[nodiscard]] std::size_t byteSize() const { return values_.capacity() * sizeof(Value); }
 
  private:
   static constexpr auto kWidth = static_cast<std::size_t>(Width);
   std::vector<Value, UninitialisedAllocator<Value>> values_;
   Value default_;
+  bool allDefault_ = true;  // whether nothing was written
 };
 
 template <class T>

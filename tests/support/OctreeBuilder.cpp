@@ -1,6 +1,7 @@
 #include "support/OctreeBuilder.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <deque>
