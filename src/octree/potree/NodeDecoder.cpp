@@ -62,7 +62,11 @@ template <std::size_t kWidth, class T>
 void take(const Values& values, std::size_t count, std::vector<T>& out) {
   constexpr std::size_t bytes = sizeof(T) * kWidth;
   out.resize(count * kWidth);
-  auto* to = reinterpret_cast<std::byte*>(out.data());
+  auto* const to = reinterpret_cast<std::byte*>(out.data());
+  if (values.step == bytes) {
+    std::memcpy(to, values.first, count * bytes);
+    return;
+  }
   for (std::size_t i = 0; i < count; ++i) std::memcpy(to + i * bytes, values[i], bytes);
 }
 
