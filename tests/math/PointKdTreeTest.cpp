@@ -8,6 +8,7 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "math/PointKdTree.h"
@@ -63,6 +64,22 @@ std::vector<float> gridPoints(RandomShapes& random, std::size_t count, float ste
   return positions;
 }
 
+/// Pairs of neighbouring points with the shape's border between them, as far as random points are on both
+/// sides.
+template <class Shape>
+std::vector<float> aroundBorder(RandomShapes& random, const Shape& shape, int numPairs) {
+  std::vector<float> positions;
+  for (int k = 0; k < numPairs; ++k) {
+    Math::Point<float, 3> in = random.point<3>();
+    Math::Point<float, 3> out = random.point<3>();
+    if (!Math::inside(shape, in)) std::swap(in, out);
+    if (!Math::inside(shape, in) || Math::inside(shape, out)) continue;
+    Testing::closeInOnBorder(shape, in, out);
+    positions.insert(positions.end(), {in[0], in[1], in[2], out[0], out[1], out[2]});
+  }
+  return positions;
+}
+
 const Sphere kEverywhere{{{0, 0, 0}}, kInfinity};
 
 template <class Shape>
@@ -94,6 +111,16 @@ TYPED_TEST(PointKdTreeSearch, FindsWhatTheInsideTestAcceptsWhateverTheNumberOfPo
 TYPED_TEST(PointKdTreeSearch, FindsPointsOnTheBorder) {
   this->compare(2, {0.0F, 4.0F, 0}, 1'500, 100, 1.0F);
   this->compare(3, {1000.0F, 4.0F, 0}, 1'500, 100, 0.25F);
+}
+
+TYPED_TEST(PointKdTreeSearch, FindsTheNeighboursOfTheBorderToTheLastBit) {
+  RandomShapes random(10, {100.0F, 10.0F, 0});
+  for (int n = 0; n < 150; ++n) {
+    const auto shape = random.template shape<TypeParam>();
+    const auto positions = aroundBorder(random, shape, 60);
+    ASSERT_EQ(sorted(found(Tree(positions), shape)), byBruteForce(positions, shape))
+        << "seed 10, shape " << n;
+  }
 }
 
 TYPED_TEST(PointKdTreeSearch, TestsPointsOfNaNAndInfinitiesAsTheInsideTestDoes) {

@@ -61,6 +61,23 @@ class RandomShapes {
   Terrain terrain_;
 };
 
+/// The float that is half-way between two others; one of them when they touch.
+inline float between(float a, float b) {
+  const float middle = a + (b - a) / 2;
+  return middle == b ? a : middle;
+}
+
+/// Moves a point inside the shape and one outside towards each other until the border is between neighbours.
+template <class Shape>
+void closeInOnBorder(const Shape& shape, Math::Point<float, 3>& in, Math::Point<float, 3>& out) {
+  for (int step = 0; step < 200; ++step) {
+    const Math::Point<float, 3> middle{
+        {between(in[0], out[0]), between(in[1], out[1]), between(in[2], out[2])}};
+    if (middle == in || middle == out) return;
+    (Math::inside(shape, middle) ? in : out) = middle;
+  }
+}
+
 /// The nine shapes of the queries, for typed tests.
 using QueryShapes =
     ::testing::Types<Math::NBoundingBox<float, 3>, Math::NBoundingBox<float, 2>, Math::NSphere<float, 3>,
