@@ -3,12 +3,11 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <limits>
-#include <memory>
 #include <nanoflann.hpp>
 #include <random>
 #include <span>
@@ -144,11 +143,12 @@ bool sameAnswers(const Tree& tree, const Baseline& baseline, std::span<const Sph
   return true;
 }
 
+/// Processor time, which other programs on the machine disturb least.
 template <class Work>
 double secondsOf(const Work& work) {
-  const auto begin = std::chrono::steady_clock::now();
+  const std::clock_t begin = std::clock();
   work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return static_cast<double>(std::clock() - begin) / static_cast<double>(CLOCKS_PER_SEC);
 }
 
 double median(std::vector<double> values) {
@@ -156,7 +156,8 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// Prints medians of alternating rounds, each of @p count repetitions, and the ratio of the two.
+/// Prints median processor times of alternating rounds, each of @p count repetitions, and the ratio of the
+/// two.
 template <class Ours, class Theirs>
 void compare(const char* what, std::size_t count, const Ours& ours, const Theirs& theirs) {
   constexpr int kRounds = 15;
@@ -199,32 +200,25 @@ bool compareAll(std::span<const float> positions, std::span<const float> radii) 
   return true;
 }
 
-void registerBenchmarks(const std::vector<float>& positions, std::span<const float> radii) {
-  const auto pointsOf = [](benchmark::State& state) {
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kNumPoints));
-  };
-  benchmark::RegisterBenchmark("build/ours", [&positions, pointsOf](benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(Tree(positions));
-    pointsOf(state);
+template <class Index>
+void registerBuild(const std::string& who, std::span<const float> positions) {
+  benchmark::RegisterBenchmark(("build/" + who).c_str(), [positions](benchmark::State& state) {
+    for ([[maybe_unused]] const auto round : state) benchmark::DoNotOptimize(Index(positions));
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kNumPoints));  // points
   });
-  benchmark::RegisterBenchmark("build/nanoflann", [&positions, pointsOf](benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(Baseline(positions));
-    pointsOf(state);
+}
+
+template <class Index, class Found>
+void registerSearch(const std::string& who, std::span<const float> positions, float radius) {
+  const std::string name = "search/" + who + "/radius:" + std::to_string(radius);
+  benchmark::RegisterBenchmark(name.c_str(), [positions, radius](benchmark::State& state) {
+    const Index index(positions);
+    const auto spheres = queries(positions, radius);
+    Found found;
+    std::size_t total = 0;
+    for ([[maybe_unused]] const auto round : state) total += searchAll(index, spheres, found);
+    state.SetItemsProcessed(static_cast<std::int64_t>(total));  // points found
   });
-  for (const float radius : radii) {
-    const std::string name = "search/radius:" + std::to_string(radius);
-    const auto add = [&](const std::string& which, auto tree, auto found) {
-      benchmark::RegisterBenchmark((name + which).c_str(),
-                                   [&positions, radius, tree, found](auto& state) mutable {
-                                     const auto spheres = queries(positions, radius);
-                                     std::size_t total = 0;
-                                     for (auto _ : state) total += searchAll(*tree, spheres, found);
-                                     state.SetItemsProcessed(static_cast<std::int64_t>(total));
-                                   });
-    };
-    add("/ours", std::make_shared<const Tree>(positions), std::vector<std::uint32_t>());
-    add("/nanoflann", std::make_shared<const Baseline>(positions), Baseline::Found());
-  }
 }
 
 }  // namespace
@@ -233,7 +227,12 @@ int main(int argc, char** argv) {
   const std::vector<float> positions = scannedSurface();
   const float radii[] = {0.38F, 1.22F, 5.6F};
   if (!compareAll(positions, radii)) return 1;
-  registerBenchmarks(positions, radii);
+  registerBuild<Tree>("ours", positions);
+  registerBuild<Baseline>("nanoflann", positions);
+  for (const float radius : radii) {
+    registerSearch<Tree, std::vector<std::uint32_t>>("ours", positions, radius);
+    registerSearch<Baseline, Baseline::Found>("nanoflann", positions, radius);
+  }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   return 0;

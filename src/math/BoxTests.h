@@ -13,8 +13,9 @@
 /// - contains() is true only when the inside test accepts every point of the box; it may be false although
 ///   it does.
 /// "Point of the box" means one without NaN between the corners. For an empty box both answers are right.
-/// Plane shapes look at x and y alone, in the box as in a point. A NaN in the shape or in the box gives
-/// overlaps true and contains false; infinite coordinates keep the two promises. All are pure functions.
+/// Plane shapes look at x and y alone, in the box as in a point. A NaN in the shape gives overlaps true and
+/// contains false, a NaN in the box contains false; infinite coordinates keep the two promises. All are pure
+/// functions.
 namespace Math {
 
 /// x and y alone.

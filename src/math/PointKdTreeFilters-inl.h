@@ -8,7 +8,7 @@
 #endif
 
 #include <cstddef>
-#include <limits>
+#include <span>
 
 #include "hwy/highway.h"
 #include "math/BoxTests.h"
@@ -48,7 +48,6 @@ class Filter<NBoundingBox<float, N>> {
   HWY_INLINE Mask inside(Vector x, Vector y, Vector z) const {
     Mask outside = hn::Or(outsideOn(0, x), outsideOn(1, y));
     if constexpr (N == 3) outside = hn::Or(outside, outsideOn(2, z));
-    static_cast<void>(z);
     return hn::Not(outside);
   }
 
@@ -96,7 +95,6 @@ class Filter<NSphere<float, N>> {
     Vector sum =
         hn::Add(squared(hn::Sub(x, broadcast(center_[0]))), squared(hn::Sub(y, broadcast(center_[1]))));
     if constexpr (N == 3) sum = hn::Add(sum, squared(hn::Sub(z, broadcast(center_[2]))));
-    static_cast<void>(z);
     return hn::Le(sum, broadcast(radiusSquared_));
   }
 
@@ -153,7 +151,6 @@ class Filter<NOrientedBoundingBox<float, N>> {
     const Point<float, N> column = box_.axis(i);
     Vector sum = hn::Add(hn::Mul(dx, broadcast(column[0])), hn::Mul(dy, broadcast(column[1])));
     if constexpr (N == 3) sum = hn::Add(sum, hn::Mul(dz, broadcast(column[2])));
-    static_cast<void>(dz);
     return hn::Gt(hn::Abs(sum), broadcast(box_.halfSize[i]));
   }
 
@@ -218,11 +215,9 @@ class Filter<CylinderFinite<float>> {
       : start_(cylinder.start),
         axis_(cylinder.end - cylinder.start),
         lengthSquared_(dot(axis_, axis_)),
-        radiusSquared_(cylinder.radius * cylinder.radius) {
-    // A segment of no length contains nothing, as no number is at most NaN.
-    if (lengthSquared_ == 0.0F) radiusSquared_ = std::numeric_limits<float>::quiet_NaN();
-  }
+        radiusSquared_(cylinder.radius * cylinder.radius) {}
 
+  /// A segment of no length contains nothing: t is infinite or NaN then, and neither passes.
   HWY_INLINE Mask inside(Vector x, Vector y, Vector z) const {
     const Vector sx = broadcast(start_[0]);
     const Vector sy = broadcast(start_[1]);

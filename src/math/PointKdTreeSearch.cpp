@@ -42,6 +42,27 @@ HWY_INLINE std::uint32_t bitsOf(Mask mask) {
   return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8U;
 }
 
+/// Writes the accepted ones of one vector of @p indices to @p to, where there must be room for all, and
+/// returns their number.
+HWY_INLINE std::size_t compress(const std::uint32_t* indices, Mask accepted, std::uint32_t* to) {
+#if HWY_TARGET <= HWY_AVX3
+  // A compressing store is microcoded on some processors, so compress first and store all lanes.
+  const hn::RebindToUnsigned<Floats> wholes;
+  hn::StoreU(hn::Compress(hn::LoadU(wholes, indices), hn::RebindMask(wholes, accepted)), wholes, to);
+  return hn::CountTrue(Floats(), accepted);
+#else
+  // Elsewhere compressing takes a table, which g++ copies to the stack for every vector.
+  const std::uint32_t bits = bitsOf(accepted);
+  if (bits == 0) return 0;
+  std::size_t count = 0;
+  for (std::size_t lane = 0; lane < hn::Lanes(Floats()); ++lane) {
+    to[count] = indices[lane];
+    count += bits >> lane & 1U;
+  }
+  return count;
+#endif
+}
+
 /// One search: walks the tree from the top and appends what is inside in the tree's order.
 template <class Shape>
 class Search {
@@ -108,20 +129,16 @@ class Search {
   /// Appends the points of a leaf that are inside, of which it has @p count (what exceeds 32 is other
   /// leaves').
   HWY_INLINE void filterLeaf(std::size_t leaf, std::size_t count) {
-    const hn::RebindToUnsigned<Floats> wholes;
     const Tree::Leaf& points = tree_.leaves()[leaf];
     const std::uint32_t* const indices = tree_.indices().data() + leaf * Tree::kLeafSize;
     HWY_ALIGN std::uint32_t inside[Tree::kLeafSize + Tree::kFanOut];
     std::size_t numInside = 0;
-    for (std::size_t i = 0; i < std::min(count, Tree::kLeafSize); i += hn::Lanes(wholes)) {
-      const Mask accepted = hn::And(filter_.inside(hn::Load(Floats(), points.coordinates[0] + i),
-                                                   hn::Load(Floats(), points.coordinates[1] + i),
-                                                   hn::Load(Floats(), points.coordinates[2] + i)),
-                                    hn::FirstN(Floats(), count - i));
-      // A compressing store is microcoded on some processors, so compress first and store all lanes.
-      const auto compressed = hn::Compress(hn::LoadU(wholes, indices + i), hn::RebindMask(wholes, accepted));
-      hn::StoreU(compressed, wholes, inside + numInside);
-      numInside += hn::CountTrue(Floats(), accepted);
+    for (std::size_t i = 0; i < std::min(count, Tree::kLeafSize); i += hn::Lanes(Floats())) {
+      Mask accepted = filter_.inside(hn::Load(Floats(), points.coordinates[0] + i),
+                                     hn::Load(Floats(), points.coordinates[1] + i),
+                                     hn::Load(Floats(), points.coordinates[2] + i));
+      if (count - i < hn::Lanes(Floats())) accepted = hn::And(accepted, hn::FirstN(Floats(), count - i));
+      numInside += compress(indices + i, accepted, inside + numInside);
     }
     found_.insert(found_.end(), inside, inside + numInside);
   }
