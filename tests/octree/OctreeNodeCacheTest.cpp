@@ -127,6 +127,13 @@ TEST(OctreeNodeCache, HoldsOneEntryLargerThanTheBudgetAlone) {
   EXPECT_EQ(named.held(), "2");
 }
 
+TEST(OctreeNodeCache, WithCapacityZeroHoldsNothing) {
+  NamedCache named(0, kNoByteLimit);
+  const Entry entry = named.put("0");
+  EXPECT_EQ(named.held(), "");
+  EXPECT_EQ(entry->points().size(), 1U);
+}
+
 TEST(OctreeNodeCache, LeavesEvictedEntriesToTheirHolders) {
   NamedCache named(1, kNoByteLimit);
   const Entry held = named.put("0", 5);
