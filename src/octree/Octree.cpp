@@ -24,11 +24,19 @@ std::string fetchMetaData(Location& location) {
   }
 }
 
+/// Whether a JSON document has the key anywhere: the text in quotes before a colon, which no value is.
+bool hasKey(std::string_view document, std::string_view quotedKey) {
+  for (std::size_t at = document.find(quotedKey); at != std::string_view::npos;
+       at = document.find(quotedKey, at + 1)) {
+    const std::size_t next = document.find_first_not_of(" \t\r\n", at + quotedKey.size());
+    if (next != std::string_view::npos && document[next] == ':') return true;
+  }
+  return false;
+}
+
 /// Whether a metadata document is that of an Entwine octree.
 bool isEntwine(std::string_view document) {
-  return document.find("\"ept-hierarchy\"") != std::string_view::npos ||
-         (document.find("\"schema\"") != std::string_view::npos &&
-          document.find("\"hierarchyType\"") != std::string_view::npos);
+  return hasKey(document, "\"schema\"") && hasKey(document, "\"hierarchyType\"");
 }
 
 std::shared_future<PoTree::MetaData> parsed(std::string_view document, const Location& location,

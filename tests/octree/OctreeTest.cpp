@@ -82,6 +82,14 @@ TEST(OpenOctree, TakesPotreeWhereBothDocumentsAre) {
   EXPECT_EQ(openMessage(files), "nothing thrown");
 }
 
+TEST(OpenOctree, OpensPotreeCloudsWhoseNamesRemindOfEntwine) {
+  const PotreeFiles files = oneNode()
+                                .set("/name", "\"ept-hierarchy\"")
+                                .set("/description", "\"schema\"")
+                                .set("/projection", "\"hierarchyType\"");
+  EXPECT_EQ(openMessage(files.files()), "nothing thrown");
+}
+
 TEST(OpenOctree, NeedsARootWherePointsAreAnnounced) {
   EXPECT_THAT(
       openMessage(PotreeFiles().set("/points", "5").files()),
