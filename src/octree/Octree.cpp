@@ -51,6 +51,17 @@ std::shared_ptr<PoTree::Location> asPotree(const std::shared_ptr<Location>& loca
   return potree;
 }
 
+/// Finds the root; false when the hierarchy has none.
+bool findRoot(PoTree::PotreeTree& tree, const Location& location) {
+  try {
+    return tree.nodeById({}, {}) != nullptr;
+  } catch (const std::runtime_error&) {
+    const std::vector<UnreadableNode> unreadable = tree.unreadableNodes();
+    if (unreadable.empty()) throw;
+    throw std::runtime_error("cannot open " + location.toString() + ": " + unreadable.front().reason);
+  }
+}
+
 float narrowedDown(double value) {
   const auto narrowed = static_cast<float>(value);
   return narrowed > value ? std::nextafter(narrowed, -std::numeric_limits<float>::infinity()) : narrowed;
@@ -92,7 +103,7 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
         positionFactor));
   }
   const PoTree::MetaData& metaData = tree.metaData();
-  if (!tree.nodeById({}, {}) && metaData.points > 0) {
+  if (!findRoot(tree, *location) && metaData.points > 0) {
     throw Core::FormatError(Core::Source{location->toString() + "/hierarchy.bin"}, "first chunk",
                             "a record of the root", std::to_string(metaData.firstChunkSize) + " bytes");
   }

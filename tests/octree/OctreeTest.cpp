@@ -102,6 +102,17 @@ TEST(OpenOctree, OpensACloudWithoutPointsAndRoot) {
   EXPECT_EQ(openOctree(PotreeFiles{})->numPoints(), 0U);
 }
 
+TEST(OpenOctree, SaysWhyTheFirstChunkCannotBeRead) {
+  auto files = oneNode().files();
+  files.erase("hierarchy.bin");
+  EXPECT_THAT(openMessage(files), HasSubstr("map/hierarchy.bin: no such file"));
+  EXPECT_THAT(openMessage(oneNode().set("/hierarchy/firstChunkSize", "44").files()),
+              HasSubstr("map/hierarchy.bin: range leaves the file"));
+  EXPECT_THAT(
+      openMessage(PotreeFiles().proxy(0, 1).set("/points", "1").files()),
+      HasSubstr("map/hierarchy.bin, byte 0: first record of a chunk: expected a node, found a proxy"));
+}
+
 TEST(OpenOctree, NamesTheFileOfAnExternalOctreeThatIsDamaged) {
   const Testing::TempFolder folder;
   oneNode().write(folder);
