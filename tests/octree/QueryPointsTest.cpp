@@ -169,6 +169,12 @@ TEST(AllPoints, YieldsEmptyEntriesOnceStopped) {
   EXPECT_TRUE(octree->unreadableNodes().empty());
 }
 
+TEST(AllPoints, YieldsOneEmptyEntryForACloudWithoutPoints) {
+  const auto octree = openOctree(PotreeFiles{});
+  EXPECT_THAT(sizes(walkOf(octree)), ElementsAre(0));
+  EXPECT_TRUE(octree->unreadableNodes().empty());
+}
+
 /// Chunks of eight proxies each, all for the next chunk: some kilobytes that announce 8^20 nodes.
 PotreeFiles hierarchyBomb() {
   PotreeFiles files;

@@ -16,7 +16,8 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
   if (!appending) points.resize(0);
   try {
     const std::shared_ptr<Node> node = nodeById(id, stopToken);
-    if (!node && !appending) throw std::runtime_error(location_->toString() + ": no node " + id.name());
+    // Only an octree without points has no root, or it would not have been opened.
+    if (!node && !appending && !id.isRoot()) throw std::runtime_error(location_->toString() + ": no node " + id.name());
     if (node && !getNodePointData(*node, points, stopToken)) return false;
   } catch (const std::exception& error) {
     note(id, error.what());

@@ -154,6 +154,13 @@ TEST(LoadNodePoints, FailsForANodeThatIsNotThere) {
   EXPECT_THAT(cloud.damage(), HasSubstr("no node r0"));
 }
 
+TEST(LoadNodePoints, LoadsNothingOfACloudWithoutPointsAndListsNoDamage) {
+  CloudOf cloud(PotreeFiles{});
+  EXPECT_TRUE(cloud.load());
+  EXPECT_EQ(cloud.points.size(), 0U);
+  EXPECT_EQ(cloud.damage(), "");
+}
+
 TEST(LoadNodePoints, DecompressesBrotliNodes) {
   CloudOf cloud(brotliFiles().node(0, 3, compressed(kThreePoints)));
   ASSERT_TRUE(cloud.load());
