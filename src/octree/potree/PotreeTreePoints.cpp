@@ -32,13 +32,12 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
 
 bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken) {
   if (node.numPoints == 0) return true;
+  const NodeFormat format(metaData(), positionFactor_);
   if (node.byteSize == 0) {
-    note(node.id, location_->toString() + "/octree.bin: " + std::to_string(node.numPoints) +
-                      " points announced in 0 bytes");
+    noteDamage(node, 0, 0, format.bytesPerPoint);
     return true;
   }
   if (applyVisibilityHint(node, points)) return true;
-  const NodeFormat format(metaData(), positionFactor_);
   const std::string fetched = location_->fetchOctreeChunk(node.byteOffset, node.byteSize, stopToken).get();
   if (stopToken.stop_requested()) return false;
   const std::string file = location_->toString() + "/octree.bin";

@@ -74,6 +74,15 @@ TEST(LoadNodePoints, FetchesNothingForANodeOfZeroPoints) {
   EXPECT_EQ(cloud.damage(), "");
 }
 
+TEST(LoadNodePoints, FetchesNothingForZeroBytesAndListsTheNode) {
+  CloudOf cloud(PotreeFiles().record({.numPoints = 7, .byteOffset = 5}));
+  EXPECT_TRUE(cloud.load());
+  EXPECT_EQ(cloud.points.size(), 0U);
+  EXPECT_EQ(cloud.location->requestsFor("octree.bin"), 0U);
+  EXPECT_EQ(cloud.damage(),
+            "r: map/octree.bin, byte 5: points: expected 7 of 21 bytes, found 0 bytes, 0 whole points");
+}
+
 TEST(LoadNodePoints, TakesTheWholeRecordsOfADamagedNodeAndListsIt) {
   const std::string data = PotreeFiles().node(0, somePoints(3)).octree();
   CloudOf cut(PotreeFiles().node(0, 3, data.substr(0, 62)));
