@@ -43,9 +43,9 @@ std::shared_ptr<Node> PotreeTree::nodeById(Octree::OctreeNodeId id, std::stop_to
 
 bool PotreeTree::nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken) {
   try {
-    return findNode(id, result, std::move(stopToken));
+    return findNode(id, result, stopToken);
   } catch (const std::exception& error) {
-    note(id, error.what());
+    noteFailure(id, error.what(), stopToken);
     return false;
   }
 }
@@ -86,8 +86,8 @@ bool PotreeTree::loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunk
   if (wholeRecords == 0) return true;
   std::string bytes;
   std::string reason;
-  if (!location_->fetchHierarchyChunk(chunkOffset, wholeRecords, bytes, std::move(stopToken), &reason)) {
-    note(id, reason);
+  if (!location_->fetchHierarchyChunk(chunkOffset, wholeRecords, bytes, stopToken, &reason)) {
+    noteFailure(id, reason, stopToken);
     return false;
   }
   std::shared_ptr<Node> first = parseHierarchyChunk(std::as_bytes(std::span(bytes)), id, box);
@@ -112,8 +112,9 @@ std::vector<Octree::UnreadableNode> PotreeTree::unreadableNodes() const {
   return nodes;
 }
 
-void PotreeTree::note(Octree::OctreeNodeId id, const std::string& reason) {
-  unreadable_.add(id, reason);
+void PotreeTree::noteFailure(Octree::OctreeNodeId id, const std::string& reason,
+                             const std::stop_token& stopToken) {
+  if (!stopToken.stop_requested()) unreadable_.add(id, reason);
 }
 
 }  // namespace PoTree

@@ -17,10 +17,11 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
   try {
     const std::shared_ptr<Node> node = nodeById(id, stopToken);
     // Only an octree without points has no root, or it would not have been opened.
-    if (!node && !appending && !id.isRoot()) throw std::runtime_error(location_->toString() + ": no node " + id.name());
+    if (!node && !appending && !id.isRoot())
+      throw std::runtime_error(location_->toString() + ": no node " + id.name());
     if (node && !getNodePointData(*node, points, stopToken)) return false;
   } catch (const std::exception& error) {
-    note(id, error.what());
+    noteFailure(id, error.what(), stopToken);
     return false;
   }
   for (const auto& external : externals_) {
@@ -55,7 +56,7 @@ bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, st
     noteDamage(node, data.size(), count, format.bytesPerPoint);
     return true;
   } catch (const std::exception& error) {
-    note(node.id, file + ", byte " + std::to_string(node.byteOffset) + ": " + error.what());
+    unreadable_.add(node.id, file + ", byte " + std::to_string(node.byteOffset) + ": " + error.what());
     return false;
   }
 }
@@ -74,10 +75,11 @@ bool PotreeTree::applyVisibilityHint(const Node& node, Math::NodePoints& points)
 void PotreeTree::noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count,
                             std::uint64_t bytesPerPoint) {
   if (count == node.numPoints && decodedBytes % bytesPerPoint == 0) return;
-  note(node.id, location_->toString() + "/octree.bin, byte " + std::to_string(node.byteOffset) +
-                    ": points: expected " + std::to_string(node.numPoints) + " of " +
-                    std::to_string(bytesPerPoint) + " bytes, found " + std::to_string(decodedBytes) +
-                    " bytes, " + std::to_string(count) + " whole points");
+  unreadable_.add(node.id, location_->toString() + "/octree.bin, byte " + std::to_string(node.byteOffset) +
+                               ": points: expected " + std::to_string(node.numPoints) + " of " +
+                               std::to_string(bytesPerPoint) + " bytes, found " +
+                               std::to_string(decodedBytes) + " bytes, " + std::to_string(count) +
+                               " whole points");
 }
 
 }  // namespace PoTree

@@ -157,6 +157,16 @@ TEST(LoadNodePoints, EndsFalseWhenStoppedAndListsNoDamage) {
   EXPECT_EQ(cloud.points.size(), 0U);
 }
 
+TEST(LoadNodePoints, EndsFalseWhenStoppedInTheHierarchyAndListsNoDamage) {
+  PotreeFiles files;
+  CloudOf cloud(files.node(0b1, somePoints(1)).proxy(2, 1).endFirstChunk().node(0, somePoints(2)));
+  std::stop_source stop;
+  cloud.location->watch([&](const MapLocation::Request&) { stop.request_stop(); });
+  EXPECT_FALSE(cloud.load("0", stop.get_token()));
+  EXPECT_EQ(cloud.damage(), "");
+  EXPECT_TRUE(cloud.load("0"));
+}
+
 TEST(LoadNodePoints, FailsForANodeThatIsNotThere) {
   CloudOf cloud(PotreeFiles().node(0, somePoints(3)));
   EXPECT_FALSE(cloud.load("0"));

@@ -212,6 +212,15 @@ TEST(PotreeTree, RefusesAHierarchyChunkThatCameShort) {
                                          "expected 44, found 43"));
 }
 
+TEST(PotreeTree, FailsAStoppedLookupAndListsNoDamage) {
+  TreeOf cloud(twoChunks());
+  std::stop_source stop;
+  cloud.location->watch([&](const MapLocation::Request&) { stop.request_stop(); });
+  EXPECT_EQ(messageOf([&] { (void)cloud.tree.nodeById(nodeId("03"), stop.get_token()); }), kFailed);
+  EXPECT_EQ(cloud.reasons(), "");
+  EXPECT_EQ(cloud.lookup("03"), "found");
+}
+
 TEST(PotreeTree, CountsTheNodesThatAnHonestHierarchyCanName) {
   TreeOf cloud(twoChunks());
   EXPECT_EQ(cloud.tree.mostNodes({}), 8U * 4U + 1U);
