@@ -181,6 +181,14 @@ TEST(PotreeTree, FailsTheLookupOfAProxyThatEqualsAChunkOnItsPath) {
   EXPECT_EQ(cloud.lookup("001"), kFailed);
 }
 
+TEST(PotreeTree, SeesThroughSurplusBytesWhenItComparesAProxyWithItsPath) {
+  PotreeFiles files;
+  files.node(0b1, somePoints(1)).proxy(2, 2).endFirstChunk();
+  files.node(0b1, somePoints(2)).record({.type = 2, .byteOffset = 44, .byteSize = 44 + 21});
+  TreeOf cloud(files);
+  EXPECT_EQ(cloud.lookup("00"), kFailed);
+}
+
 TEST(PotreeTree, FailsTheLookupOfAProxyWhoseChunkBeginsWithAProxy) {
   PotreeFiles files;
   files.node(0b1, somePoints(1)).proxy(2, 1).endFirstChunk();
