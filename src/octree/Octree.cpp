@@ -24,11 +24,19 @@ std::string fetchMetaData(Location& location) {
   }
 }
 
+/// Whether a JSON document has the key anywhere: the text in quotes before a colon, which no value is.
+bool hasKey(std::string_view document, std::string_view quotedKey) {
+  for (std::size_t at = document.find(quotedKey); at != std::string_view::npos;
+       at = document.find(quotedKey, at + 1)) {
+    const std::size_t next = document.find_first_not_of(" \t\r\n", at + quotedKey.size());
+    if (next != std::string_view::npos && document[next] == ':') return true;
+  }
+  return false;
+}
+
 /// Whether a metadata document is that of an Entwine octree.
 bool isEntwine(std::string_view document) {
-  return document.find("\"ept-hierarchy\"") != std::string_view::npos ||
-         (document.find("\"schema\"") != std::string_view::npos &&
-          document.find("\"hierarchyType\"") != std::string_view::npos);
+  return hasKey(document, "\"schema\"") && hasKey(document, "\"hierarchyType\"");
 }
 
 std::shared_future<PoTree::MetaData> parsed(std::string_view document, const Location& location,
@@ -41,6 +49,17 @@ std::shared_ptr<PoTree::Location> asPotree(const std::shared_ptr<Location>& loca
   auto potree = std::dynamic_pointer_cast<PoTree::Location>(location);
   if (!potree) throw std::runtime_error("cannot open a location that has no octree files");
   return potree;
+}
+
+/// Finds the root; false when the hierarchy has none.
+bool findRoot(PoTree::PotreeTree& tree, const Location& location) {
+  try {
+    return tree.nodeById({}, {}) != nullptr;
+  } catch (const std::runtime_error&) {
+    const std::vector<UnreadableNode> unreadable = tree.unreadableNodes();
+    if (unreadable.empty()) throw;
+    throw std::runtime_error("cannot open " + location.toString() + ": " + unreadable.front().reason);
+  }
 }
 
 float narrowedDown(double value) {
@@ -84,7 +103,7 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
         positionFactor));
   }
   const PoTree::MetaData& metaData = tree.metaData();
-  if (!tree.nodeById({}, {}) && metaData.points > 0) {
+  if (!findRoot(tree, *location) && metaData.points > 0) {
     throw Core::FormatError(Core::Source{location->toString() + "/hierarchy.bin"}, "first chunk",
                             "a record of the root", std::to_string(metaData.firstChunkSize) + " bytes");
   }

@@ -75,8 +75,8 @@ class Octree {
   /// common writers place points that far outside. Pruning and containment tests work on it.
   [[nodiscard]] Math::NBoundingBox<float, 3> pointBounds(const OctreeNodeId& id) const;
 
-  /// Decodes the node's points into @p points, complete with defaults for what is not stored. False when they
-  /// could not be read or a stop was requested: unreadableNodes() then says why.
+  /// Decodes the node's points into @p points, complete with defaults for what is not stored. False when a
+  /// stop was requested or they could not be read; of the latter unreadableNodes() says why.
   /// @throws std::bad_variant_access when the octree holds no tree.
   bool loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken);
 

@@ -64,10 +64,10 @@ void OctreeNodeCache::charge(const Octree& octree, const OctreeNodeId& id) {
   evicted = takeSurplus();
 }
 
-/// Removes the least recently used entries beyond the limits, all but the last entry at most.
+/// Removes the least recently used entries beyond the limits; the byte budget spares the last entry.
 OctreeNodeCache::Entries OctreeNodeCache::takeSurplus() {
   Entries surplus;
-  while (entries_.size() > 1 && (entries_.size() > capacity_ || bytes_ > byteBudget_)) {
+  while (entries_.size() > capacity_ || (entries_.size() > 1 && bytes_ > byteBudget_)) {
     const auto last = std::prev(entries_.end());
     bytes_ -= last->bytes;
     places_.erase(last->key);

@@ -13,6 +13,11 @@ namespace {
 // billion points.
 constexpr std::uint64_t kNodeCapacity = 262'144;
 
+/// The bytes of a chunk that are read; what makes no whole record is ignored.
+std::uint64_t wholeRecords(std::uint64_t chunkSize) {
+  return chunkSize - chunkSize % kHierarchyRecordSize;
+}
+
 }  // namespace
 
 PotreeTree::PotreeTree(std::shared_ptr<Location> location, std::shared_future<MetaData> metaData,
@@ -43,9 +48,9 @@ std::shared_ptr<Node> PotreeTree::nodeById(Octree::OctreeNodeId id, std::stop_to
 
 bool PotreeTree::nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken) {
   try {
-    return findNode(id, result, std::move(stopToken));
+    return findNode(id, result, stopToken);
   } catch (const std::exception& error) {
-    note(id, error.what());
+    noteFailure(id, error.what(), stopToken);
     return false;
   }
 }
@@ -67,27 +72,28 @@ bool PotreeTree::findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result
 }
 
 bool PotreeTree::isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_token stopToken) {
+  const auto isItsChunk = [&](std::uint64_t offset, std::uint64_t size) {
+    return offset == proxy.byteOffset && wholeRecords(size) == wholeRecords(proxy.byteSize);
+  };
   for (Octree::OctreeNodeId ancestor = id.parent(); !ancestor.isRoot(); ancestor = ancestor.parent()) {
     const std::shared_ptr<Node> parent = nodeById(ancestor.parent(), stopToken);
     const Node* const slot = parent ? parent->children[ancestor.childIndex()].get() : nullptr;
-    if (slot != nullptr && slot->is(NodeType::Proxy) && slot->byteOffset == proxy.byteOffset &&
-        slot->byteSize == proxy.byteSize) {
+    if (slot != nullptr && slot->is(NodeType::Proxy) && isItsChunk(slot->byteOffset, slot->byteSize))
       return true;
-    }
   }
-  return proxy.byteOffset == 0 && proxy.byteSize == metaData().firstChunkSize;
+  return isItsChunk(0, metaData().firstChunkSize);
 }
 
 bool PotreeTree::loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunkOffset,
                                     std::uint64_t chunkSize, const Math::NBoundingBox<double, 3>& box,
                                     std::shared_ptr<Node>& result, std::stop_token stopToken) {
-  const std::uint64_t wholeRecords = chunkSize - chunkSize % kHierarchyRecordSize;
+  const std::uint64_t bytesToRead = wholeRecords(chunkSize);
   result.reset();
-  if (wholeRecords == 0) return true;
+  if (bytesToRead == 0) return true;
   std::string bytes;
   std::string reason;
-  if (!location_->fetchHierarchyChunk(chunkOffset, wholeRecords, bytes, std::move(stopToken), &reason)) {
-    note(id, reason);
+  if (!location_->fetchHierarchyChunk(chunkOffset, bytesToRead, bytes, stopToken, &reason)) {
+    noteFailure(id, reason, stopToken);
     return false;
   }
   std::shared_ptr<Node> first = parseHierarchyChunk(std::as_bytes(std::span(bytes)), id, box);
@@ -112,8 +118,9 @@ std::vector<Octree::UnreadableNode> PotreeTree::unreadableNodes() const {
   return nodes;
 }
 
-void PotreeTree::note(Octree::OctreeNodeId id, const std::string& reason) {
-  unreadable_.add(id, reason);
+void PotreeTree::noteFailure(Octree::OctreeNodeId id, const std::string& reason,
+                             const std::stop_token& stopToken) {
+  if (!stopToken.stop_requested()) unreadable_.add(id, reason);
 }
 
 }  // namespace PoTree

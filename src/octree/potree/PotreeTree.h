@@ -41,7 +41,8 @@ class PotreeTree {
   [[nodiscard]] std::shared_ptr<Node> nodeById(Octree::OctreeNodeId id, std::stop_token stopToken);
 
   /// Loads the node's points into @p points: the stored columns of this octree, then those of the external
-  /// ones. False when anything could not be read or a stop was requested; unreadableNodes() then says why.
+  /// ones. False when a stop was requested or anything could not be read; of the latter unreadableNodes()
+  /// says why.
   /// @param appending  whether this octree adds its columns to points that are there already.
   bool loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& points, std::stop_token stopToken,
                       bool appending);
@@ -64,7 +65,8 @@ class PotreeTree {
   bool getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken);
   [[nodiscard]] bool applyVisibilityHint(const Node& node, Math::NodePoints& points) const;
   void noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count, std::uint64_t bytesPerPoint);
-  void note(Octree::OctreeNodeId id, const std::string& reason);
+  /// Unless a stop was requested: what was not read then is no damage.
+  void noteFailure(Octree::OctreeNodeId id, const std::string& reason, const std::stop_token& stopToken);
 
   const std::shared_ptr<Location> location_;
   const std::shared_future<MetaData> metaData_;

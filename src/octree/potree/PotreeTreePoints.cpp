@@ -16,10 +16,12 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
   if (!appending) points.resize(0);
   try {
     const std::shared_ptr<Node> node = nodeById(id, stopToken);
-    if (!node && !appending) throw std::runtime_error(location_->toString() + ": no node " + id.name());
+    // Only an octree without points has no root, or it would not have been opened.
+    if (!node && !appending && !id.isRoot())
+      throw std::runtime_error(location_->toString() + ": no node " + id.name());
     if (node && !getNodePointData(*node, points, stopToken)) return false;
   } catch (const std::exception& error) {
-    note(id, error.what());
+    noteFailure(id, error.what(), stopToken);
     return false;
   }
   for (const auto& external : externals_) {
@@ -31,13 +33,12 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
 
 bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken) {
   if (node.numPoints == 0) return true;
+  const NodeFormat format(metaData(), positionFactor_);
   if (node.byteSize == 0) {
-    note(node.id, location_->toString() + "/octree.bin: " + std::to_string(node.numPoints) +
-                      " points announced in 0 bytes");
+    noteDamage(node, 0, 0, format.bytesPerPoint);
     return true;
   }
   if (applyVisibilityHint(node, points)) return true;
-  const NodeFormat format(metaData(), positionFactor_);
   const std::string fetched = location_->fetchOctreeChunk(node.byteOffset, node.byteSize, stopToken).get();
   if (stopToken.stop_requested()) return false;
   const std::string file = location_->toString() + "/octree.bin";
@@ -55,7 +56,7 @@ bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, st
     noteDamage(node, data.size(), count, format.bytesPerPoint);
     return true;
   } catch (const std::exception& error) {
-    note(node.id, file + ", byte " + std::to_string(node.byteOffset) + ": " + error.what());
+    unreadable_.add(node.id, file + ", byte " + std::to_string(node.byteOffset) + ": " + error.what());
     return false;
   }
 }
@@ -74,10 +75,11 @@ bool PotreeTree::applyVisibilityHint(const Node& node, Math::NodePoints& points)
 void PotreeTree::noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count,
                             std::uint64_t bytesPerPoint) {
   if (count == node.numPoints && decodedBytes % bytesPerPoint == 0) return;
-  note(node.id, location_->toString() + "/octree.bin, byte " + std::to_string(node.byteOffset) +
-                    ": points: expected " + std::to_string(node.numPoints) + " of " +
-                    std::to_string(bytesPerPoint) + " bytes, found " + std::to_string(decodedBytes) +
-                    " bytes, " + std::to_string(count) + " whole points");
+  unreadable_.add(node.id, location_->toString() + "/octree.bin, byte " + std::to_string(node.byteOffset) +
+                               ": points: expected " + std::to_string(node.numPoints) + " of " +
+                               std::to_string(bytesPerPoint) + " bytes, found " +
+                               std::to_string(decodedBytes) + " bytes, " + std::to_string(count) +
+                               " whole points");
 }
 
 }  // namespace PoTree
