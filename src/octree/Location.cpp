@@ -2,8 +2,6 @@
 
 namespace Octree {
 
-std::vector<std::shared_ptr<Location>> Location::externalAttributeLocations() const {
-  return {};
-}
+std::vector<std::shared_ptr<Location>> Location::externalAttributeLocations() const { return {}; }
 
 }  // namespace Octree

@@ -112,13 +112,9 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
   spacing_ = metaData.spacing * positionFactor;
 }
 
-std::string_view Octree::formatName() const {
-  return "potree";
-}
+std::string_view Octree::formatName() const { return "potree"; }
 
-std::uint64_t Octree::numPoints() const {
-  return std::get<PoTree::PotreeTree>(tree_).metaData().points;
-}
+std::uint64_t Octree::numPoints() const { return std::get<PoTree::PotreeTree>(tree_).metaData().points; }
 
 double Octree::spacing(const OctreeNodeId& id) const {
   return std::ldexp(spacing_, -static_cast<int>(id.level()));
@@ -162,9 +158,7 @@ std::vector<std::string> Octree::attributeNames() const {
   return names;
 }
 
-std::array<double, 3> Octree::scale() const {
-  return std::get<PoTree::PotreeTree>(tree_).metaData().scale;
-}
+std::array<double, 3> Octree::scale() const { return std::get<PoTree::PotreeTree>(tree_).metaData().scale; }
 
 ChildIds Octree::children(const OctreeNodeId& id, std::stop_token stopToken) {
   ChildIds result;
@@ -209,6 +203,16 @@ Math::NBoundingBox<float, 3> Octree::pointBounds(const OctreeNodeId& id) const {
 
 bool Octree::loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken) {
   return std::get<PoTree::PotreeTree>(tree_).loadNodePoints(id, points, std::move(stopToken), false);
+}
+
+std::uint64_t Octree::nodeBytes(const OctreeNodeId& id, std::stop_token stopToken) {
+  try {
+    const std::shared_ptr<PoTree::Node> node =
+        std::get<PoTree::PotreeTree>(tree_).nodeById(id, std::move(stopToken));
+    return node ? node->byteSize : 0;
+  } catch (const std::runtime_error&) {  // the walk's own step tells its caller
+    return 0;
+  }
 }
 
 std::uint64_t Octree::mostNodes(std::stop_token stopToken) {

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "core/Workers.h"
 #include "math/BoundingBox.h"
 #include "math/SoAPointContainer.h"
 #include "octree/Location.h"
@@ -80,6 +81,14 @@ class Octree {
   /// @throws std::bad_variant_access when the octree holds no tree.
   bool loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken);
 
+  /// The bytes that the node takes in the data file; 0 when that is not known, since a hierarchy chunk on the
+  /// way to the node cannot be read.
+  [[nodiscard]] std::uint64_t nodeBytes(const OctreeNodeId& id, std::stop_token stopToken);
+
+  /// For work behind the back of callers: threads that start with the first task. Whoever adds tasks cancels
+  /// them and waits for them before he lets go of the octree.
+  [[nodiscard]] Core::Workers& workers() { return workers_; }
+
   /// The most nodes that a walk can visit unless the hierarchy is hostile. Asks the location.
   [[nodiscard]] std::uint64_t mostNodes(std::stop_token stopToken);
   [[nodiscard]] std::vector<UnreadableNode> unreadableNodes() const;
@@ -96,6 +105,7 @@ class Octree {
   Math::Point<double, 3> position_;
   Math::NBoundingBox<float, 3> boundingBox_;
   double spacing_ = 0;
+  Core::Workers workers_;  // last, so that it is joined before the rest goes
 };
 
 }  // namespace Octree

@@ -1,5 +1,7 @@
 #include "octree/QueryPoints.h"
 
+#include <algorithm>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -39,22 +41,54 @@ void NodeWalk::checkNumberOfNodes() {
                            " nodes, found more: its chunks name each other");
 }
 
-std::shared_ptr<OctreeNodeCache::CacheEntry> loadNode(Octree& octree, OctreeNodeCache* cache,
-                                                      const OctreeNodeId& id,
-                                                      const std::stop_token& stopToken) {
-  std::shared_ptr<OctreeNodeCache::CacheEntry> entry;
-  if (cache != nullptr && cache->get(octree, id, entry)) return entry;
+NodeLoader::Entry NodeLoader::load(const NodeWalk& walk) {
+  Octree& octree = *walk.octree();
+  const bool inARow = walk.number() == lastLoaded_ + 1 && lastLoaded_ > 0;
+  lastLoaded_ = walk.number();
+  if (inARow) readAhead(walk);
+  Entry entry;
+  if (cache_ && cache_->get(octree, walk.id(), entry)) return entry;
   Math::NodePoints points;
-  if (!octree.loadNodePoints(id, points, stopToken)) return std::make_shared<OctreeNodeCache::CacheEntry>();
+  if (!loadPoints(walk, points)) return std::make_shared<OctreeNodeCache::CacheEntry>();
   entry = std::make_shared<OctreeNodeCache::CacheEntry>(std::move(points));
-  if (cache != nullptr) cache->put(octree, id, entry);
+  if (cache_) cache_->put(octree, walk.id(), entry);
   return entry;
+}
+
+bool NodeLoader::loadPoints(const NodeWalk& walk, Math::NodePoints& points) {
+  if (nodesInAdvance_) {
+    const std::optional<bool> loaded = nodesInAdvance_->take(walk.number(), points);
+    if (loaded) return *loaded;
+  }
+  return walk.octree()->loadNodePoints(walk.id(), points, walk.stopToken());
+}
+
+void NodeLoader::readAhead(const NodeWalk& walk) {
+  lastRequested_ = std::max(lastRequested_, walk.number());
+  while (lastRequested_ - walk.number() < walk.numPending()) {
+    if (nodesInAdvance_ && !nodesInAdvance_->hasRoom()) return;
+    const OctreeNodeId id = walk.pending(lastRequested_ - walk.number());
+    ++lastRequested_;
+    if (cache_ && cache_->holds(*walk.octree(), id)) continue;
+    const std::uint64_t bytes = walk.octree()->nodeBytes(id, walk.stopToken());
+    if (bytes == 0) continue;
+    if (!nodesInAdvance_) nodesInAdvance_ = std::make_unique<ReadAhead>(walk.octree(), walk.stopToken());
+    nodesInAdvance_->request(lastRequested_, id, bytes);
+  }
+}
+
+const Math::PointKdTree<float, 3>& NodeLoader::kdTree(const NodeWalk& walk,
+                                                      OctreeNodeCache::CacheEntry& entry) const {
+  const std::size_t bytesBefore = entry.byteSize();
+  const Math::PointKdTree<float, 3>& tree = entry.kdTree();
+  if (cache_ && entry.byteSize() != bytesBefore) cache_->charge(*walk.octree(), walk.id());
+  return tree;
 }
 
 QueryPointsIterator::QueryPointsIterator(const std::shared_ptr<Octree>& octree,
                                          std::shared_ptr<OctreeNodeCache> cache, float minSpacing,
                                          std::stop_token stopToken)
-    : walk_(octree, minSpacing, std::move(stopToken)), cache_(std::move(cache)) {
+    : walk_(octree, minSpacing, std::move(stopToken)), loader_(std::move(cache)) {
   walk_.start(true);
   ++*this;
 }
@@ -66,7 +100,7 @@ QueryPointsIterator& QueryPointsIterator::operator++() {
 }
 
 const QueryPointsIterator::Entry& QueryPointsIterator::operator*() {
-  if (!current_) current_ = loadNode(*walk_.octree(), cache_.get(), walk_.id(), walk_.stopToken());
+  if (!current_) current_ = loader_.load(walk_);
   return current_;
 }
 

@@ -9,6 +9,7 @@
 #include "math/BoxTests.h"
 #include "octree/Octree.h"
 #include "octree/OctreeNodeCache.h"
+#include "octree/ReadAhead.h"
 
 namespace Octree::Algorithm {
 
@@ -48,6 +49,10 @@ class NodeWalk {
   [[nodiscard]] const std::shared_ptr<Octree>& octree() const { return octree_; }
   [[nodiscard]] const OctreeNodeId& id() const { return id_; }
   [[nodiscard]] bool insideShape() const { return insideShape_; }
+  /// The current node's number in the walk, from 1; the pending ones have those that follow.
+  [[nodiscard]] std::uint64_t number() const { return visited_; }
+  [[nodiscard]] std::size_t numPending() const { return queue_.size(); }
+  [[nodiscard]] const OctreeNodeId& pending(std::size_t i) const { return queue_[i].id; }
   [[nodiscard]] const std::stop_token& stopToken() const { return stopToken_; }
 
   /// The same node of the same octree, or both at the end.
@@ -76,23 +81,47 @@ class NodeWalk {
   std::uint64_t mostNodes_ = 0;  // 0: not asked for yet
 };
 
-/// The points of one node, from the cache or decoded; the cache may be null. An empty entry when they cannot
-/// be read.
-[[nodiscard]] std::shared_ptr<OctreeNodeCache::CacheEntry> loadNode(Octree& octree, OctreeNodeCache* cache,
-                                                                    const OctreeNodeId& id,
-                                                                    const std::stop_token& stopToken);
+/// The points of the nodes that a walk stands on, from the cache or decoded. From the second node in a row on
+/// that is asked for, it loads the nodes behind in advance; copies do not.
+class NodeLoader {
+ public:
+  using Entry = std::shared_ptr<OctreeNodeCache::CacheEntry>;
+
+  /// @param cache  may be null: nodes are then decoded whenever they are asked for.
+  explicit NodeLoader(std::shared_ptr<OctreeNodeCache> cache = nullptr) : cache_(std::move(cache)) {}
+  NodeLoader(const NodeLoader& other) : cache_(other.cache_), lastLoaded_(other.lastLoaded_) {}
+  NodeLoader(NodeLoader&&) noexcept = default;
+  NodeLoader& operator=(const NodeLoader& other) { return *this = NodeLoader(other); }
+  NodeLoader& operator=(NodeLoader&&) noexcept = default;
+  ~NodeLoader() = default;
+
+  /// All points of the walk's current node; an empty entry when they cannot be read.
+  [[nodiscard]] Entry load(const NodeWalk& walk);
+
+  /// The kd-tree of the current node's entry. When it is built by this, the cache is told.
+  [[nodiscard]] const Math::PointKdTree<float, 3>& kdTree(const NodeWalk& walk,
+                                                          OctreeNodeCache::CacheEntry& entry) const;
+
+ private:
+  [[nodiscard]] bool loadPoints(const NodeWalk& walk, Math::NodePoints& points);
+  void readAhead(const NodeWalk& walk);
+
+  std::shared_ptr<OctreeNodeCache> cache_;
+  std::uint64_t lastLoaded_ = 0;     // number in the walk
+  std::uint64_t lastRequested_ = 0;  // likewise
+  std::unique_ptr<ReadAhead> nodesInAdvance_;
+};
 
 /// A walk over all points of an octree, node by node. Copies are walks of their own; they share cache and
 /// current points. For one thread at a time.
 class QueryPointsIterator {
  public:
-  using Entry = std::shared_ptr<OctreeNodeCache::CacheEntry>;
+  using Entry = NodeLoader::Entry;
 
   /// The end of every walk.
   QueryPointsIterator() = default;
 
   /// On the root.
-  /// @param cache  may be null: nodes are then decoded whenever they are asked for.
   QueryPointsIterator(const std::shared_ptr<Octree>& octree, std::shared_ptr<OctreeNodeCache> cache,
                       float minSpacing, std::stop_token stopToken);
 
@@ -108,7 +137,7 @@ class QueryPointsIterator {
 
  private:
   NodeWalk walk_;
-  std::shared_ptr<OctreeNodeCache> cache_;
+  NodeLoader loader_;
   Entry current_;  // empty until the node is loaded
 };
 
@@ -117,13 +146,13 @@ class QueryPointsIterator {
 template <class Shape>
 class QueryPointsInsideIterator {
  public:
-  using Entry = std::shared_ptr<OctreeNodeCache::CacheEntry>;
+  using Entry = NodeLoader::Entry;
 
   QueryPointsInsideIterator() = default;
 
   QueryPointsInsideIterator(const std::shared_ptr<Octree>& octree, std::shared_ptr<OctreeNodeCache> cache,
                             Shape shape, float minSpacing, std::stop_token stopToken)
-      : walk_(octree, minSpacing, std::move(stopToken)), cache_(std::move(cache)), shape_(std::move(shape)) {
+      : walk_(octree, minSpacing, std::move(stopToken)), loader_(std::move(cache)), shape_(std::move(shape)) {
     walk_.start(contains(shape_, octree->pointBounds(OctreeNodeId())));
     ++*this;
   }
@@ -150,22 +179,20 @@ class QueryPointsInsideIterator {
 
  private:
   void load() {
-    const Entry full = loadNode(*walk_.octree(), cache_.get(), walk_.id(), walk_.stopToken());
+    const Entry full = loader_.load(walk_);
     if (walk_.insideShape() || full->points().size() == 0) {
       current_ = full;
       return;
     }
-    const std::size_t bytesBefore = full->byteSize();
     std::vector<std::uint32_t> indices;
     indices.reserve(full->points().size());
-    full->kdTree().search(shape_, indices);
-    if (cache_ && full->byteSize() != bytesBefore) cache_->charge(*walk_.octree(), walk_.id());
+    loader_.kdTree(walk_, *full).search(shape_, indices);
     current_ =
         std::make_shared<OctreeNodeCache::CacheEntry>(Math::NodePoints::fromIndices(full->points(), indices));
   }
 
   NodeWalk walk_;
-  std::shared_ptr<OctreeNodeCache> cache_;
+  NodeLoader loader_;
   Shape shape_{};
   Entry current_;
 };
