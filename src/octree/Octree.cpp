@@ -94,16 +94,16 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
   if (isEntwine(document)) {
     throw std::runtime_error(location->toString() + ": Entwine clouds are not supported yet");
   }
-  auto& tree = tree_.emplace<PoTree::PotreeTree>(
+  auto& opened = tree_.emplace<PoTree::PotreeTree>(
       asPotree(location), parsed(document, *location, PoTree::MetaDataUse::Main), positionFactor);
   for (const auto& external : location->externalAttributeLocations()) {
-    tree.addExternalAttributes(std::make_unique<PoTree::PotreeTree>(
+    opened.addExternalAttributes(std::make_unique<PoTree::PotreeTree>(
         asPotree(external),
         parsed(fetchMetaData(*external), *external, PoTree::MetaDataUse::ExternalAttributes),
         positionFactor));
   }
-  const PoTree::MetaData& metaData = tree.metaData();
-  if (!findRoot(tree, *location) && metaData.points > 0) {
+  const PoTree::MetaData& metaData = opened.metaData();
+  if (!findRoot(opened, *location) && metaData.points > 0) {
     throw Core::FormatError(Core::Source{location->toString() + "/hierarchy.bin"}, "first chunk",
                             "a record of the root", std::to_string(metaData.firstChunkSize) + " bytes");
   }
@@ -114,7 +114,7 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
 
 std::string_view Octree::formatName() const { return "potree"; }
 
-std::uint64_t Octree::numPoints() const { return std::get<PoTree::PotreeTree>(tree_).metaData().points; }
+std::uint64_t Octree::numPoints() const { return tree().metaData().points; }
 
 double Octree::spacing(const OctreeNodeId& id) const {
   return std::ldexp(spacing_, -static_cast<int>(id.level()));
@@ -122,9 +122,8 @@ double Octree::spacing(const OctreeNodeId& id) const {
 
 template <class Has>
 bool Octree::anyStores(const Has& has) const {
-  const auto& tree = std::get<PoTree::PotreeTree>(tree_);
-  bool found = has(tree.metaData().stored);
-  for (const auto& external : tree.externalAttributes()) found = found || has(external->metaData().stored);
+  bool found = has(tree().metaData().stored);
+  for (const auto& external : tree().externalAttributes()) found = found || has(external->metaData().stored);
   return found;
 }
 
@@ -142,28 +141,25 @@ bool Octree::hasNormals() const {
 }
 
 std::vector<std::uint64_t> Octree::classHistogram() const {
-  const PoTree::Attribute* const classes =
-      std::get<PoTree::PotreeTree>(tree_).metaData().findReadable("classification");
+  const PoTree::Attribute* const classes = tree().metaData().findReadable("classification");
   return classes == nullptr ? std::vector<std::uint64_t>() : classes->histogram;
 }
 
 std::vector<std::string> Octree::attributeNames() const {
-  const auto& tree = std::get<PoTree::PotreeTree>(tree_);
   std::vector<std::string> names;
-  for (const PoTree::Attribute& attribute : tree.metaData().attributes) names.push_back(attribute.name);
-  for (const auto& external : tree.externalAttributes()) {
+  for (const PoTree::Attribute& attribute : tree().metaData().attributes) names.push_back(attribute.name);
+  for (const auto& external : tree().externalAttributes()) {
     for (const PoTree::Attribute& attribute : external->metaData().attributes)
       names.push_back(attribute.name);
   }
   return names;
 }
 
-std::array<double, 3> Octree::scale() const { return std::get<PoTree::PotreeTree>(tree_).metaData().scale; }
+std::array<double, 3> Octree::scale() const { return tree().metaData().scale; }
 
 ChildIds Octree::children(const OctreeNodeId& id, std::stop_token stopToken) {
   ChildIds result;
-  const std::shared_ptr<PoTree::Node> node =
-      std::get<PoTree::PotreeTree>(tree_).nodeById(id, std::move(stopToken));
+  const std::shared_ptr<PoTree::Node> node = tree().nodeById(id, std::move(stopToken));
   if (!node) return result;
   for (std::uint8_t i = 0; i < 8; ++i) {
     if (node->children[i]) result.ids[result.count++] = id.child(i);
@@ -172,7 +168,7 @@ ChildIds Octree::children(const OctreeNodeId& id, std::stop_token stopToken) {
 }
 
 Math::NBoundingBox<double, 3> Octree::worldCube(const OctreeNodeId& id) const {
-  Math::NBoundingBox<double, 3> cube = std::get<PoTree::PotreeTree>(tree_).metaData().boundingBox;
+  Math::NBoundingBox<double, 3> cube = tree().metaData().boundingBox;
   for (std::uint64_t level = 1; level <= id.level(); ++level)
     cube = PoTree::childBox(cube, id.childIndexAt(level));
   return cube;
@@ -202,25 +198,20 @@ Math::NBoundingBox<float, 3> Octree::pointBounds(const OctreeNodeId& id) const {
 }
 
 bool Octree::loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken) {
-  return std::get<PoTree::PotreeTree>(tree_).loadNodePoints(id, points, std::move(stopToken), false);
+  return tree().loadNodePoints(id, points, std::move(stopToken), false);
 }
 
 std::uint64_t Octree::nodeBytes(const OctreeNodeId& id, std::stop_token stopToken) {
   try {
-    const std::shared_ptr<PoTree::Node> node =
-        std::get<PoTree::PotreeTree>(tree_).nodeById(id, std::move(stopToken));
+    const std::shared_ptr<PoTree::Node> node = tree().nodeById(id, std::move(stopToken));
     return node ? node->byteSize : 0;
   } catch (const std::runtime_error&) {  // the walk's own step tells its caller
     return 0;
   }
 }
 
-std::uint64_t Octree::mostNodes(std::stop_token stopToken) {
-  return std::get<PoTree::PotreeTree>(tree_).mostNodes(std::move(stopToken));
-}
+std::uint64_t Octree::mostNodes(std::stop_token stopToken) { return tree().mostNodes(std::move(stopToken)); }
 
-std::vector<UnreadableNode> Octree::unreadableNodes() const {
-  return std::get<PoTree::PotreeTree>(tree_).unreadableNodes();
-}
+std::vector<UnreadableNode> Octree::unreadableNodes() const { return tree().unreadableNodes(); }
 
 }  // namespace Octree

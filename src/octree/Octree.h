@@ -96,6 +96,8 @@ class Octree {
  private:
   [[nodiscard]] Math::NBoundingBox<float, 3> frameBox(const Math::NBoundingBox<double, 3>& world) const;
   [[nodiscard]] Math::NBoundingBox<double, 3> worldCube(const OctreeNodeId& id) const;
+  [[nodiscard]] PoTree::PotreeTree& tree() { return std::get<PoTree::PotreeTree>(tree_); }
+  [[nodiscard]] const PoTree::PotreeTree& tree() const { return std::get<PoTree::PotreeTree>(tree_); }
   template <class Has>
   [[nodiscard]] bool anyStores(const Has& has) const;
 

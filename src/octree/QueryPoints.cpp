@@ -34,7 +34,14 @@ void NodeWalk::end() {
 
 void NodeWalk::checkNumberOfNodes() {
   if (++visited_ <= kNodesWithoutCheck) return;
-  if (mostNodes_ == 0) mostNodes_ = octree_->mostNodes(stopToken_);
+  if (mostNodes_ == 0) {
+    try {
+      mostNodes_ = octree_->mostNodes(stopToken_);
+    } catch (...) {
+      end();
+      throw;
+    }
+  }
   if (visited_ <= mostNodes_) return;
   end();
   throw std::runtime_error("octree hierarchy: expected at most " + std::to_string(mostNodes_) +

@@ -34,8 +34,8 @@ class NodeWalk {
   /// them, unasked, when the node lies inside the shape; none when half the node's spacing is below the least
   /// spacing. At the last node: to the end.
   /// @throws std::runtime_error "Failed to fetch node by id" when the children are not known; the walk stands
-  ///         on the node and can go on behind it. Also when more nodes came than the hierarchy file can name;
-  ///         the walk is then at its end.
+  ///         on the node and can go on behind it. Also when more nodes came than the hierarchy file can name,
+  ///         or its size cannot be asked for when that question arises; the walk is then at its end.
   template <class Judge>
   void step(const Judge& judge) {
     if (!next()) return;

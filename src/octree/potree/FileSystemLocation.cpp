@@ -9,9 +9,7 @@ namespace PoTree {
 
 FileSystemLocation::FileSystemLocation(const std::filesystem::path& path) : path_(path) {}
 
-std::string FileSystemLocation::toString() const {
-  return path_.string();
-}
+std::string FileSystemLocation::toString() const { return path_.string(); }
 
 std::vector<std::shared_ptr<Octree::Location>> FileSystemLocation::externalAttributeLocations() const {
   std::vector<std::filesystem::path> folders;

@@ -15,9 +15,7 @@ std::exception_ptr notAvailable() {
 HttpsLocation::HttpsLocation(std::string url, std::shared_ptr<Core::HttpClientAuthentication> authentication)
     : url_(std::move(url)), authentication_(std::move(authentication)) {}
 
-std::string HttpsLocation::toString() const {
-  return url_;
-}
+std::string HttpsLocation::toString() const { return url_; }
 
 std::future<std::string> HttpsLocation::fetchFile(const std::string&, std::uint64_t, std::uint64_t,
                                                   std::stop_token) const {

@@ -94,9 +94,7 @@ bool Location::fetchHierarchyChunk(std::uint64_t byteOffset, std::uint64_t byteC
   }
 }
 
-std::uint64_t Location::hash() const {
-  return std::hash<std::string>{}(toString());
-}
+std::uint64_t Location::hash() const { return std::hash<std::string>{}(toString()); }
 
 bool Location::equals(const Octree::Location& other) const {
   return typeid(*this) == typeid(other) && toString() == other.toString();

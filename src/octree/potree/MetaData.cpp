@@ -186,11 +186,11 @@ bool isReadable(const Attribute& attribute) {
   return false;
 }
 
+/// An attribute that is decoded stands in the list once; others may share a name.
 void checkNames(const MetaData& metaData, const ObjectReader& document) {
-  for (std::size_t i = 0; i < metaData.attributes.size(); ++i) {
-    const std::string& name = metaData.attributes[i].name;
-    if (metaData.find(name) != &metaData.attributes[i]) {
-      document.fail("attributes", "names that differ", "two named " + name);
+  for (const Attribute& attribute : metaData.attributes) {
+    if (isReadable(attribute) && metaData.find(attribute.name) != &attribute) {
+      document.fail("attributes", "names that differ", "two named " + attribute.name);
     }
   }
 }

@@ -31,10 +31,16 @@ void coordinates(D d, V code, V& x, V& y, V& z) {
   z = everyThirdBit(d, hn::ShiftRight<2>(code));
 }
 
-// Vector loads do not ask for alignment.
-inline const std::uint64_t* words(const std::byte* bytes) {
-  return reinterpret_cast<const std::uint64_t*>(bytes);
-}
+// The words of kVectors vectors. Codes stand at any address, and the loads of targets without vectors are
+// plain accesses, which ask for alignment.
+template <std::size_t kVectors, class D>
+struct Words {
+  HWY_ALIGN std::uint64_t values[kVectors * hn::MaxLanes(D())];
+
+  Words(D d, const std::byte* bytes) {
+    std::memcpy(values, bytes, kVectors * hn::Lanes(d) * sizeof(std::uint64_t));
+  }
+};
 
 // One vector of positions from pairs (high code, low code).
 template <class D>
@@ -42,7 +48,7 @@ void decodePositions(D d, const std::byte* pairs, std::uint32_t* xyz) {
   using V = hn::Vec<D>;
   V high;
   V low;
-  hn::LoadInterleaved2(d, words(pairs), high, low);
+  hn::LoadInterleaved2(d, Words<2, D>(d, pairs).values, high, low);
   V x;
   V y;
   V z;
@@ -69,7 +75,7 @@ void decodeColors(D d, const std::byte* codes, std::uint16_t* rgb) {
   hn::Vec<D> r;
   hn::Vec<D> g;
   hn::Vec<D> b;
-  coordinates(d, hn::LoadU(d, words(codes)), r, g, b);
+  coordinates(d, hn::Load(d, Words<1, D>(d, codes).values), r, g, b);
   const hn::Rebind<std::uint16_t, D> out;
   hn::StoreInterleaved3(hn::TruncateTo(out, r), hn::TruncateTo(out, g), hn::TruncateTo(out, b), out, rgb);
 }

@@ -14,9 +14,7 @@ namespace {
 constexpr std::uint64_t kNodeCapacity = 262'144;
 
 /// The bytes of a chunk that are read; what makes no whole record is ignored.
-std::uint64_t wholeRecords(std::uint64_t chunkSize) {
-  return chunkSize - chunkSize % kHierarchyRecordSize;
-}
+std::uint64_t wholeRecords(std::uint64_t chunkSize) { return chunkSize - chunkSize % kHierarchyRecordSize; }
 
 }  // namespace
 
