@@ -101,7 +101,7 @@ ExitStatus answerParser(const CLI::App& app, const CLI::ParseError& error, const
 ExitStatus runCommand(int count, const char* const* arguments, const Streams& streams) {
   CLI::App app("Large point clouds stored as octrees", "sorvik");
   app.set_version_flag("--version", Sorvik::versionString());
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.footer(kProgramHelp);
   InfoOptions info;
   PointsOptions points;
@@ -113,6 +113,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   } catch (const CLI::ParseError& error) {
     return answerParser(app, error, streams);
   }
+  if (app.get_subcommands().empty()) throw CallError("a command is missing: sorvik --help lists them");
   if (app.got_subcommand("info")) return runInfo(info, streams);
   readTexts(*app.get_subcommand("points"), texts, points);
   return runPoints(points, streams);

@@ -18,6 +18,7 @@ namespace Program {
 namespace {
 
 constexpr std::size_t kReasonsShown = 5;
+constexpr std::size_t kMostListed = 1000;  // what a cloud remembers; there may have been more
 
 std::unique_ptr<PointSink> makeSink(const PointsOptions& options, const PointLayout& layout, OutputFile* file,
                                     Output& results) {
@@ -38,8 +39,8 @@ bool reportUnreadable(const Sorvik::PointCloud& cloud, const LostSubtrees& lost,
              << '\n';
     return false;
   }
-  messages << "sorvik: " << nodes.size() << (nodes.size() == 1 ? " node" : " nodes")
-           << " of the cloud could not be read:\n";
+  messages << "sorvik: " << (nodes.size() < kMostListed ? "" : "at least ") << nodes.size()
+           << (nodes.size() == 1 ? " node" : " nodes") << " of the cloud could not be read:\n";
   const std::size_t shown = std::min(nodes.size(), kReasonsShown);
   for (std::size_t i = 0; i < shown; ++i) {
     messages << "  " << nodes[i].node << ": " << nodes[i].reason << '\n';
