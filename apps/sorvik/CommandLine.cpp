@@ -1,0 +1,141 @@
+#include "sorvik/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <new>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Sorvik/Version.h"
+#include "sorvik/CallError.h"
+#include "sorvik/InfoCommand.h"
+#include "sorvik/NumberArguments.h"
+#include "sorvik/PointsCommand.h"
+
+namespace Program {
+namespace {
+
+constexpr const char* kProgramHelp =
+    "Exit status: 0 done, 1 the work failed, 2 the call was wrong, 130 interrupted.\n"
+    "Results go to standard output, messages to standard error.";
+constexpr const char* kLocationHelp = "Folder of a cloud, its metadata.json, or an https:// address";
+constexpr const char* kPointsHelp =
+    "Coordinates, given and printed, are world coordinates in the cloud's unit; with --local they are those "
+    "of\n"
+    "the octree frame: world coordinates less the reference position that 'sorvik info' prints. Angles are\n"
+    "radians, counter-clockwise; quaternions x, y, z, w. Give at most one shape.\n"
+    "CSV columns and PLY properties are those that the cloud stores. CSV coordinates have the decimals of "
+    "the\n"
+    "cloud's scale.";
+
+/// The options as texts, as the parser leaves them.
+struct PointsTexts {
+  std::vector<std::string> shapes;  // one for each of shapeOptions(); the parser knows which were given
+  std::string minSpacing;
+  std::string file;
+};
+
+void addInfo(CLI::App& app, InfoOptions& options) {
+  CLI::App* const info = app.add_subcommand("info", "Print the facts of a cloud");
+  info->add_option("LOCATION", options.location, kLocationHelp)->required()->type_name("");
+  info->add_flag("--json", options.json, "Print one JSON object");
+  info->add_flag_callback(
+      "--local", [&options] { options.frame = Frame::Octree; },
+      "Print the bounding box in the octree frame: less the reference position");
+  info->footer("Coordinates are world coordinates in the cloud's unit, as is the spacing.");
+}
+
+void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
+  CLI::App* const points =
+      app.add_subcommand("points", "Write or count the points of a cloud, or of a shape");
+  points->add_option("LOCATION", options.location, kLocationHelp)->required()->type_name("");
+  points
+      ->add_option("--min-spacing", texts.minSpacing,
+                   "Leave out levels of detail finer than this distance between points, in the cloud's unit")
+      ->type_name("S");
+  points
+      ->add_option("-o,--output", texts.file,
+                   "Write the points to a .csv or .ply file, not to standard output")
+      ->type_name("FILE");
+  points->add_flag("--count", options.count, "Print only how many points there are");
+  points->add_flag("--json", options.json, "Print a summary as one JSON object: sums, extremes, classes");
+  points->add_flag_callback(
+      "--local", [&options] { options.frame = Frame::Octree; },
+      "Coordinates of the octree frame, not the world's");
+  points->add_flag("--skip-unreadable", options.skipUnreadable,
+                   "Take what can be read of a damaged cloud, and end with status 0");
+  CLI::App* const shapes = points->add_option_group("Shapes", "Which points");
+  texts.shapes.resize(shapeOptions().size());
+  for (std::size_t i = 0; i < texts.shapes.size(); ++i) {
+    const ShapeOption& option = shapeOptions()[i];
+    shapes->add_option(option.name, texts.shapes[i], option.help)->type_name(option.form);
+  }
+  shapes->require_option(0, 1);
+  points->footer(kPointsHelp);
+}
+
+void readTexts(const CLI::App& points, const PointsTexts& texts, PointsOptions& options) {
+  for (std::size_t i = 0; i < texts.shapes.size(); ++i) {
+    const ShapeOption& option = shapeOptions()[i];
+    if (points.count(option.name) != 0) options.shape = parseShape(option, texts.shapes[i]);
+  }
+  if (points.count("--min-spacing") != 0) {
+    options.minSpacing = static_cast<float>(parseNumber("--min-spacing", texts.minSpacing));
+    if (options.minSpacing < 0) throw CallError("--min-spacing: the spacing is negative");
+  }
+  if (points.count("-o") != 0) options.file = parsePointFile(texts.file);
+}
+
+/// Help and version are results, anything else that the parser throws is a wrong call.
+ExitStatus answerParser(const CLI::App& app, const CLI::ParseError& error, const Streams& streams) {
+  std::ostringstream results;
+  std::ostringstream messages;
+  const int code = app.exit(error, results, messages);
+  streams.results.write(results.str());
+  if (code == 0) return ExitStatus::Done;
+  streams.messages << "sorvik: " << messages.str();
+  return ExitStatus::WrongCall;
+}
+
+ExitStatus runCommand(int count, const char* const* arguments, const Streams& streams) {
+  CLI::App app("Large point clouds stored as octrees", "sorvik");
+  app.set_version_flag("--version", Sorvik::versionString());
+  app.require_subcommand(0, 1);
+  app.footer(kProgramHelp);
+  InfoOptions info;
+  PointsOptions points;
+  PointsTexts texts;
+  addInfo(app, info);
+  addPoints(app, points, texts);
+  try {
+    app.parse(count, arguments);
+  } catch (const CLI::ParseError& error) {
+    return answerParser(app, error, streams);
+  }
+  if (app.get_subcommands().empty()) throw CallError("a command is missing: sorvik --help lists them");
+  if (app.got_subcommand("info")) return runInfo(info, streams);
+  readTexts(*app.get_subcommand("points"), texts, points);
+  return runPoints(points, streams);
+}
+
+}  // namespace
+
+ExitStatus run(int count, const char* const* arguments, const Streams& streams) {
+  try {
+    return runCommand(count, arguments, streams);
+  } catch (const CallError& error) {
+    streams.messages << "sorvik: " << error.what() << '\n';
+    return ExitStatus::WrongCall;
+  } catch (const std::bad_alloc&) {
+    streams.messages << "sorvik: not enough memory\n";
+  } catch (const std::exception& error) {
+    // Interrupted itself, or a system call of the library that an interrupt has ended.
+    const bool interrupted = streams.interrupt.came();
+    streams.messages << "sorvik: " << (interrupted ? Interrupted().what() : error.what()) << '\n';
+    if (interrupted) return ExitStatus::Interrupted;
+  }
+  return ExitStatus::Failed;
+}
+
+}  // namespace Program

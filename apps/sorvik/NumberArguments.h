@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+namespace Program {
+
+/// One number as users write it: digits, sign, point and exponent, whatever the locale, nothing before or
+/// after.
+/// @param option  what the number was given for, as messages name it: "--min-spacing".
+/// @throws CallError for anything else, and for numbers that are not finite or too large for a float.
+[[nodiscard]] double parseNumber(std::string_view option, std::string_view text);
+
+/// Numbers with a comma between each two. An empty text is one empty number, which is refused.
+[[nodiscard]] std::vector<double> parseNumbers(std::string_view option, std::string_view text);
+
+}  // namespace Program

@@ -1,0 +1,22 @@
+#include "sorvik/PointLayout.h"
+
+namespace Program {
+
+std::array<double, 3> originIn(Frame frame, const Sorvik::PointCloud& cloud) {
+  std::array<double, 3> origin{};
+  if (frame == Frame::World) cloud.getReferencePosition(origin);
+  return origin;
+}
+
+PointLayout layoutOf(const Sorvik::PointCloud& cloud, Frame frame) {
+  PointLayout layout;
+  layout.origin = originIn(frame, cloud);
+  cloud.getScale(layout.scale);
+  layout.colors = cloud.hasColors();
+  layout.intensities = cloud.hasIntensities();
+  layout.classification = cloud.hasClassification();
+  layout.normals = cloud.hasNormals();
+  return layout;
+}
+
+}  // namespace Program

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <array>
+
+#include "Sorvik/PointCloud.h"
+
+namespace Program {
+
+/// The frame of the coordinates that the user gives and gets.
+enum class Frame { World, Octree };
+
+/// What is written of each point of a cloud: the coordinates and the columns that the cloud stores.
+struct PointLayout {
+  std::array<double, 3> origin{};  ///< the octree frame's origin in the frame that is written
+  std::array<double, 3> scale{};   ///< the step between stored coordinates
+  bool colors = false;
+  bool intensities = false;
+  bool classification = false;
+  bool normals = false;
+};
+
+/// The octree frame's origin in @p frame: zero for itself, the reference position in the world.
+[[nodiscard]] std::array<double, 3> originIn(Frame frame, const Sorvik::PointCloud& cloud);
+
+[[nodiscard]] PointLayout layoutOf(const Sorvik::PointCloud& cloud, Frame frame);
+
+}  // namespace Program

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "Sorvik/PointChunk.h"
+#include "Sorvik/PointCloud.h"
+#include "sorvik/Interrupt.h"
+#include "sorvik/ShapeArguments.h"
+
+namespace Program {
+
+/// Which points of a cloud are walked.
+struct PointSelection {
+  std::optional<Shape> shape;  ///< in the octree frame; none: all points
+  float minSpacing = 0;        ///< level of detail in cloud units; 0: every level
+};
+
+/// Parts of the hierarchy that a walk went past because they could not be read.
+struct LostSubtrees {
+  std::uint64_t count = 0;
+  std::string firstReason;
+};
+
+/// Hands the chunks of the selection to @p take, one a visited node, until it returns false.
+/// @throws Interrupted between two chunks.
+/// @throws std::runtime_error when the hierarchy names more nodes than it can hold.
+LostSubtrees walkPoints(const Sorvik::PointCloud& cloud, const PointSelection& selection,
+                        const Interrupt& interrupt,
+                        const std::function<bool(const Sorvik::PointChunk&)>& take);
+
+}  // namespace Program

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "sorvik/ExitStatus.h"
+#include "sorvik/Output.h"
+#include "sorvik/PointLayout.h"
+#include "sorvik/ShapeArguments.h"
+
+namespace Program {
+
+/// A form of point file.
+enum class PointFileFormat { Csv, Ply };
+
+struct PointFile {
+  std::string path;
+  PointFileFormat format;
+};
+
+/// The file that `-o` names; its extension, in small or capital letters, says the form.
+/// @throws CallError for any other extension.
+[[nodiscard]] PointFile parsePointFile(const std::string& path);
+
+/// What `sorvik points` was asked for.
+struct PointsOptions {
+  std::string location;                ///< as given
+  std::optional<ShapeArgument> shape;  ///< in `frame`; none: all points
+  float minSpacing = 0;                ///< in cloud units
+  std::optional<PointFile> file;
+  Frame frame = Frame::World;  ///< of the shape, of what is printed and of what is written
+  bool count = false;          ///< print how many points there are
+  bool json = false;           ///< print a summary of the points; goes before `count`
+  bool skipUnreadable = false;
+};
+
+/// Writes the points, or counts them. Without a file, `count` and `json` they go to the results as CSV.
+/// Failed when a part of the cloud could not be read, unless `skipUnreadable`; a file is then not written.
+/// Throws what opening the cloud and writing throw, and CallError for the location.
+ExitStatus runPoints(const PointsOptions& options, const Streams& streams);
+
+}  // namespace Program
