@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
-# Makes a cloud, describes it and walks it, all of it and a part, as a first look at the program.
+# A first look at the program: makes a cloud of a million points, describes it, walks all of it and parts of it.
 #   scripts/demo.sh FOLDER_OF_PROGRAMS
 set -euo pipefail
-bin=$1
-cloud=build/demo/survey
+readonly bin=$1
+readonly folder=build/demo
+readonly cloud=$folder/survey
 
 run() {
   echo
-  echo "\$ ${*/#$bin\//}"
-  "$@"
+  echo "\$ $*"
+  PATH=$bin:$PATH "$@"
 }
 
-rm -rf "$cloud"
-run "$bin/make_demo_cloud" "$cloud" --points 1000000
-run "$bin/sorvik" info "$cloud"
-run "$bin/sorvik" points "$cloud" --count
-centre=$("$bin/sorvik" info "$cloud" --json | python3 -c '
-import json, sys
-box = json.load(sys.stdin)["boundingBox"]
-print(",".join(f"{(low + high) / 2:.2f}" for low, high in zip(box["min"], box["max"])))' 2>/dev/null || true)
+rm -rf "$folder"
+run make_demo_cloud "$cloud" --points 1000000 --encoding brotli
+run sorvik info "$cloud"
+run sorvik points "$cloud" --count
+run sorvik points "$cloud" --cylinder 452176,5411176,0,0,0,1,25 --json
+run sorvik points "$cloud" --circle 452176,5411176,25 --min-spacing 1 -o "$folder/circle.ply"
+echo
+echo "The cloud is in $cloud, a part of it, thinned, in $folder/circle.ply."
