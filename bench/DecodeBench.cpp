@@ -60,7 +60,8 @@ std::vector<Node> encodedNodes(const Testing::PointRecords& survey, const std::v
   const auto encoder = Converter::makeNodeEncoder(encoding, Converter::RecordLayout(survey.attributes), 6);
   std::vector<Node> nodes;
   const std::size_t size = kPointsPerNode * survey.stride();
-  for (std::size_t i = 0; i < kNodes; ++i) nodes.push_back(encoder->encode(std::span(sorted).subspan(i * size, size)));
+  for (std::size_t i = 0; i < kNodes; ++i)
+    nodes.push_back(encoder->encode(std::span(sorted).subspan(i * size, size)));
   return nodes;
 }
 
@@ -157,7 +158,8 @@ int main() {
     const auto sumA = sums(a);
     const auto sumB = sums(b);
     const bool same = std::abs(sumA[0] - sumB[0]) <= 1e-9 * std::abs(sumA[0]) &&
-                      std::equal(sumA.begin() + 1, sumA.end(), sumB.begin() + 1) && a.size() == kPointsPerNode;
+                      std::equal(sumA.begin() + 1, sumA.end(), sumB.begin() + 1) &&
+                      a.size() == kPointsPerNode;
     if (!same) {
       std::printf("node %zu: the encodings differ\n", i);
       return 1;

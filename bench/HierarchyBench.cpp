@@ -1,5 +1,5 @@
-// Parsing hierarchy chunks of 1,000 records, against the same parse with one std::make_shared a node. The nodes
-// are destroyed outside the timing.
+// Parsing hierarchy chunks of 1,000 records, against the same parse with one std::make_shared a node. The
+// nodes are destroyed outside the timing.
 #include <cstdio>
 #include <random>
 #include <string>
@@ -61,7 +61,8 @@ std::shared_ptr<PoTree::Node> parsePlainly(std::span<const std::byte> chunk, con
     node.byteSize = Core::loadLittleEndian<std::uint64_t>(record + 14);
     for (std::uint8_t i = 0; i < 8; ++i) {
       if ((node.childMask >> i & 1) == 0) continue;
-      node.children[i] = std::make_shared<PoTree::Node>(node.id.child(i), PoTree::childBox(node.boundingBox, i));
+      node.children[i] =
+          std::make_shared<PoTree::Node>(node.id.child(i), PoTree::childBox(node.boundingBox, i));
       nodes.push_back(node.children[i]);
     }
     node.nodeType = node.childMask != 0 ? 0 : 1;
@@ -70,8 +71,9 @@ std::shared_ptr<PoTree::Node> parsePlainly(std::span<const std::byte> chunk, con
 }
 
 bool sameTrees(const PoTree::Node& a, const PoTree::Node& b) {
-  if (a.id != b.id || a.nodeType != b.nodeType || a.numPoints != b.numPoints || a.byteOffset != b.byteOffset ||
-      a.byteSize != b.byteSize || a.childMask != b.childMask || a.boundingBox != b.boundingBox) {
+  if (a.id != b.id || a.nodeType != b.nodeType || a.numPoints != b.numPoints ||
+      a.byteOffset != b.byteOffset || a.byteSize != b.byteSize || a.childMask != b.childMask ||
+      a.boundingBox != b.boundingBox) {
     return false;
   }
   for (std::size_t i = 0; i < 8; ++i) {
@@ -115,6 +117,6 @@ int main() {
     plainTaken.push_back(secondsOfAll(chunks, plain));
     oursTaken.push_back(secondsOfAll(chunks, ours));
   }
-  Bench::report("hierarchy parse, a record", "make_shared", {Bench::median(oursTaken), Bench::median(plainTaken)},
-                kChunks * kRecords);
+  Bench::report("hierarchy parse, a record", "make_shared",
+                {Bench::median(oursTaken), Bench::median(plainTaken)}, kChunks * kRecords);
 }

@@ -52,8 +52,8 @@ template <class Ours, class Baseline>
 /// One line: both times for each of @p count things, and how many times as fast as the baseline ours is.
 inline void report(const char* what, const char* baseline, const Medians& taken, std::size_t count) {
   const double each = 1e9 / static_cast<double>(count);
-  std::printf("%-44s ours %10.2f ns   %s %10.2f ns   %6.3f times as fast\n", what, taken.ours * each, baseline,
-              taken.baseline * each, taken.baseline / taken.ours);
+  std::printf("%-44s ours %10.2f ns   %s %10.2f ns   %6.3f times as fast\n", what, taken.ours * each,
+              baseline, taken.baseline * each, taken.baseline / taken.ours);
 }
 
 }  // namespace Bench

@@ -1,6 +1,6 @@
-// Region walks over a cloud of ten million points on a warm cache. Spheres: against one nanoflann tree over all
-// points, which gives indices where the walk gives all attributes. Boxes and polygons: against a vectorised pass
-// over all points. Then whole walks on 1, 2 and 16 threads.
+// Region walks over a cloud of ten million points on a warm cache. Spheres: against one nanoflann tree over
+// all points, which gives indices where the walk gives all attributes. Boxes and polygons: against a
+// vectorised pass over all points. Then whole walks on 1, 2 and 16 threads.
 //   walk_bench [POINTS]
 #include <cmath>
 #include <cstdio>
@@ -38,8 +38,8 @@ struct Positions {
   }
 };
 
-using Nanoflann =
-    nanoflann::KDTreeSingleIndexAdaptor<nanoflann::L2_Simple_Adaptor<float, Positions>, Positions, 3, std::uint32_t>;
+using Nanoflann = nanoflann::KDTreeSingleIndexAdaptor<nanoflann::L2_Simple_Adaptor<float, Positions>,
+                                                      Positions, 3, std::uint32_t>;
 
 struct Cloud {
   std::shared_ptr<Octree::Octree> octree;
@@ -52,7 +52,8 @@ struct Cloud {
   template <class Shape, class Use>
   void walk(const Shape& shape, const Use& use) const {
     const Octree::Algorithm::QueryPointsInsideIterator<Shape> end;
-    for (auto it = Octree::allPointsInside(octree, cache, shape, 0, {}); !(it == end); ++it) use((*it)->points());
+    for (auto it = Octree::allPointsInside(octree, cache, shape, 0, {}); !(it == end); ++it)
+      use((*it)->points());
   }
   template <class Use>
   void walkAll(const Use& use) const {
@@ -70,7 +71,8 @@ struct Cloud {
 Positions allPositions(const Cloud& cloud) {
   Positions all;
   cloud.walkAll([&](const Math::NodePoints& points) {
-    for (std::size_t i = 0; i < points.positions().size(); ++i) all.axes[i % 3].push_back(points.positions()[i]);
+    for (std::size_t i = 0; i < points.positions().size(); ++i)
+      all.axes[i % 3].push_back(points.positions()[i]);
   });
   return all;
 }
@@ -136,7 +138,8 @@ std::size_t bruteForce(const Positions& all, const Box& box, std::vector<std::ui
   return found;
 }
 
-std::size_t bruteForce(const Positions& all, const Math::Polygon<float>& polygon, std::vector<std::uint8_t>& marks) {
+std::size_t bruteForce(const Positions& all, const Math::Polygon<float>& polygon,
+                       std::vector<std::uint8_t>& marks) {
   const float* const x = all.axes[0].data();
   const float* const y = all.axes[1].data();
   std::fill(marks.begin(), marks.end(), std::uint8_t{0});
@@ -146,8 +149,8 @@ std::size_t bruteForce(const Positions& all, const Math::Polygon<float>& polygon
     const Math::Point<float, 2> b = ring[k];
     if (a[1] == b[1]) continue;
     for (std::size_t i = 0; i < marks.size(); ++i) {
-      const bool crosses = ((y[i] < a[1]) != (y[i] < b[1])) &
-                           (x[i] < (y[i] - a[1]) * (b[0] - a[0]) / (b[1] - a[1]) + a[0]);
+      const bool crosses =
+          ((y[i] < a[1]) != (y[i] < b[1])) & (x[i] < (y[i] - a[1]) * (b[0] - a[0]) / (b[1] - a[1]) + a[0]);
       marks[i] = static_cast<std::uint8_t>(marks[i] ^ static_cast<std::uint8_t>(crosses));
     }
   }
@@ -205,7 +208,8 @@ void benchThreads(const Cloud& cloud, std::size_t points) {
 int main(int argc, char** argv) {
   const std::size_t points = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 10'000'000;
   const Testing::TempFolder folder;
-  Testing::buildOctree(Testing::surveyRecords(points, 1), PoTree::Encoding::Uncompressed, folder.path() / "cloud");
+  Testing::buildOctree(Testing::surveyRecords(points, 1), PoTree::Encoding::Uncompressed,
+                       folder.path() / "cloud");
   const Cloud cloud(folder.path() / "cloud");
   const Positions all = allPositions(cloud);
   std::printf("%zu points\n", all.axes[0].size());

@@ -11,8 +11,8 @@
 
 namespace Fuzz {
 
-/// Metadata drawn from the first bytes of an input: which attributes there are, in which order, and with which
-/// surplus in the record's length.
+/// Metadata drawn from the first bytes of an input: which attributes there are, in which order, and with
+/// which surplus in the record's length.
 struct NodeInput {
   PoTree::MetaData metaData;
   std::vector<std::byte> data;  ///< the rest, in an allocation of its own so that over-reads are seen
@@ -76,7 +76,8 @@ inline void decodeTwice(const PoTree::NodeFormat& format, std::span<const std::b
     if (!one.classes.empty() && one.classes[0] != points.classIndices()[i]) std::abort();
     if (!one.intensities.empty() && one.intensities[0] != points.intensities()[i]) std::abort();
     for (std::size_t axis = 0; !one.positions.empty() && axis < 3; ++axis) {
-      const auto expected = static_cast<float>(one.positions[axis] * format.scale[axis] * format.positionFactor);
+      const auto expected =
+          static_cast<float>(one.positions[axis] * format.scale[axis] * format.positionFactor);
       if (expected != points.positions()[3 * i + axis]) std::abort();
     }
   }

@@ -12,7 +12,8 @@ std::size_t countChecked(const PoTree::Node& node) {
     const PoTree::Node* const child = node.children[i].get();
     if ((child != nullptr) != ((node.childMask >> i & 1) != 0)) std::abort();
     if (child == nullptr) continue;
-    if (child->id != node.id.child(i) || child->boundingBox != PoTree::childBox(node.boundingBox, i)) std::abort();
+    if (child->id != node.id.child(i) || child->boundingBox != PoTree::childBox(node.boundingBox, i))
+      std::abort();
     nodes += countChecked(*child);
   }
   return nodes;

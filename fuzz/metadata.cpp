@@ -12,7 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
       const PoTree::MetaData metaData = PoTree::parseMetaData(text, "fuzz", use);
       const PoTree::NodeFormat format(metaData, 1);
-      const bool mainHasPositions = use == PoTree::MetaDataUse::ExternalAttributes || metaData.stored.positions;
+      const bool mainHasPositions =
+          use == PoTree::MetaDataUse::ExternalAttributes || metaData.stored.positions;
       if (!mainHasPositions || format.bytesPerPoint < format.starts.stride) std::abort();
     } catch (const Core::FormatError&) {  // the only way to refuse
     }

@@ -23,8 +23,8 @@ struct UnreadableNode {
 /// Points and boxes are single precision, in the octree's own frame: world coordinate = frame coordinate +
 /// reference position.
 ///
-/// Copies share the opened cloud and one cache of decoded nodes, which live as long as the last copy, iterator
-/// or chunk that uses them. An object that was moved from may only be destroyed or assigned to.
+/// Copies share the opened cloud and one cache of decoded nodes, which live as long as the last copy,
+/// iterator or chunk that uses them. An object that was moved from may only be destroyed or assigned to.
 /// Threads: const calls are safe together, on copies too.
 class SORVIK_API PointCloud {
  public:

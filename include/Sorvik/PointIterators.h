@@ -19,8 +19,8 @@
 
 namespace Sorvik {
 
-/// Walks all points of a cloud, one chunk a node, coarse levels first. An iterator is the range and its cursor
-/// at once:
+/// Walks all points of a cloud, one chunk a node, coarse levels first. An iterator is the range and its
+/// cursor at once:
 ///
 ///     for (const PointChunk& chunk : AllPointsIterator(cloud, 0)) use(chunk.positions());
 ///
@@ -50,9 +50,10 @@ class SORVIK_API AllPointsIterator {
   [[nodiscard]] AllPointsIterator end() const { return {}; }
 
   /// Moves to the next node.
-  /// @throws std::runtime_error "Failed to fetch node by id" when the part of the hierarchy below the new node
-  ///         cannot be read; a further step goes on behind it. Another one when the hierarchy names more nodes
-  ///         than it can hold; the walk is then at its end.
+  /// @throws std::runtime_error "Failed to fetch node by id" when the part of the hierarchy below the new
+  /// node
+  ///         cannot be read; a further step goes on behind it. Another one when the hierarchy names more
+  ///         nodes than it can hold; the walk is then at its end.
   AllPointsIterator& operator++();
   AllPointsIterator operator++(int);
 
@@ -68,8 +69,8 @@ class SORVIK_API AllPointsIterator {
 };
 
 /// Walks the points of a cloud inside a shape (2-D shapes: whose x and y lie in it), one chunk a node that
-/// meets the shape. The shape is copied; its coordinates are those of the octree frame. A node that lies wholly
-/// inside is handed out as the cached points themselves. All else is as for AllPointsIterator.
+/// meets the shape. The shape is copied; its coordinates are those of the octree frame. A node that lies
+/// wholly inside is handed out as the cached points themselves. All else is as for AllPointsIterator.
 template <class Shape>
 class SORVIK_API AllPointsInsideIterator {
  public:
@@ -124,8 +125,8 @@ extern template class AllPointsInsideIterator<Polygon>;
 [[nodiscard]] SORVIK_API AllPointsInsideBoundingBoxIterator allPointsInside(const PointCloud& cloud,
                                                                             const BoundingBox& shape,
                                                                             float minSpacing);
-[[nodiscard]] SORVIK_API AllPointsInsideOrientedBoundingBoxIterator allPointsInside(
-    const PointCloud& cloud, const OrientedBoundingBox& shape, float minSpacing);
+[[nodiscard]] SORVIK_API AllPointsInsideOrientedBoundingBoxIterator
+allPointsInside(const PointCloud& cloud, const OrientedBoundingBox& shape, float minSpacing);
 [[nodiscard]] SORVIK_API AllPointsInsideSphereIterator allPointsInside(const PointCloud& cloud,
                                                                        const Sphere& shape, float minSpacing);
 [[nodiscard]] SORVIK_API AllPointsInsideCylinderIterator allPointsInside(const PointCloud& cloud,
@@ -134,14 +135,14 @@ extern template class AllPointsInsideIterator<Polygon>;
 [[nodiscard]] SORVIK_API AllPointsInsideCylinderFiniteIterator allPointsInside(const PointCloud& cloud,
                                                                                const CylinderFinite& shape,
                                                                                float minSpacing);
-[[nodiscard]] SORVIK_API AllPointsInsideBoundingRectangleIterator allPointsInside(const PointCloud& cloud,
-                                                                                  const BoundingRectangle& shape,
-                                                                                  float minSpacing);
-[[nodiscard]] SORVIK_API AllPointsInsideOrientedBoundingRectangleIterator allPointsInside(
-    const PointCloud& cloud, const OrientedBoundingRectangle& shape, float minSpacing);
+[[nodiscard]] SORVIK_API AllPointsInsideBoundingRectangleIterator
+allPointsInside(const PointCloud& cloud, const BoundingRectangle& shape, float minSpacing);
+[[nodiscard]] SORVIK_API AllPointsInsideOrientedBoundingRectangleIterator
+allPointsInside(const PointCloud& cloud, const OrientedBoundingRectangle& shape, float minSpacing);
 [[nodiscard]] SORVIK_API AllPointsInsideCircleIterator allPointsInside(const PointCloud& cloud,
                                                                        const Circle& shape, float minSpacing);
 [[nodiscard]] SORVIK_API AllPointsInsidePolygonIterator allPointsInside(const PointCloud& cloud,
-                                                                        const Polygon& shape, float minSpacing);
+                                                                        const Polygon& shape,
+                                                                        float minSpacing);
 
 }  // namespace Sorvik

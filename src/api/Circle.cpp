@@ -32,33 +32,19 @@ Circle::~Circle() = default;
 void Circle::setCenter(Span<const float> center) {
   impl_->shape.center = checkedPoint<2>(center, kCenterSize);
 }
-void Circle::setCenter(float x, float y) {
-  impl_->shape.center = {{x, y}};
-}
-void Circle::getCenter(Span<float> center) const {
-  writeChecked(impl_->shape.center, center, kCenterSize);
-}
-Span<const float> Circle::center() const {
-  return impl_->shape.center.coordinates;
-}
+void Circle::setCenter(float x, float y) { impl_->shape.center = {{x, y}}; }
+void Circle::getCenter(Span<float> center) const { writeChecked(impl_->shape.center, center, kCenterSize); }
+Span<const float> Circle::center() const { return impl_->shape.center.coordinates; }
 
-void Circle::setRadius(float radius) {
-  impl_->shape.radius = radius;
-}
-float Circle::radius() const {
-  return impl_->shape.radius;
-}
+void Circle::setRadius(float radius) { impl_->shape.radius = radius; }
+float Circle::radius() const { return impl_->shape.radius; }
 
-void Circle::set(float x, float y, float radius) {
-  impl_->shape = {{{x, y}}, radius};
-}
+void Circle::set(float x, float y, float radius) { impl_->shape = {{{x, y}}, radius}; }
 
 bool Circle::inside(Span<const float> p) const {
   return impl_->shape.inside(checkedPoint<2>(p, kCenterSize));
 }
 
-const ::Math::NSphere<float, 2>& EngineAccess::engine(const Circle& circle) {
-  return circle.impl_->shape;
-}
+const ::Math::NSphere<float, 2>& EngineAccess::engine(const Circle& circle) { return circle.impl_->shape; }
 
 }  // namespace Sorvik

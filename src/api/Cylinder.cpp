@@ -44,9 +44,7 @@ void Cylinder::setOrigin(Span<const float> originPoint) {
 void Cylinder::getOrigin(Span<float> originPoint) const {
   writeChecked(impl_->shape.origin, originPoint, kOriginSize);
 }
-Span<const float> Cylinder::origin() const {
-  return impl_->shape.origin.coordinates;
-}
+Span<const float> Cylinder::origin() const { return impl_->shape.origin.coordinates; }
 
 void Cylinder::setDirection(Span<const float> directionVector) {
   impl_->shape.direction = checkedPoint<3>(directionVector, kDirectionSize);
@@ -54,16 +52,10 @@ void Cylinder::setDirection(Span<const float> directionVector) {
 void Cylinder::getDirection(Span<float> directionVector) const {
   writeChecked(impl_->shape.direction, directionVector, kDirectionSize);
 }
-Span<const float> Cylinder::direction() const {
-  return impl_->shape.direction.coordinates;
-}
+Span<const float> Cylinder::direction() const { return impl_->shape.direction.coordinates; }
 
-void Cylinder::setRadius(float radius) {
-  impl_->shape.radius = radius;
-}
-float Cylinder::radius() const {
-  return impl_->shape.radius;
-}
+void Cylinder::setRadius(float radius) { impl_->shape.radius = radius; }
+float Cylinder::radius() const { return impl_->shape.radius; }
 
 bool Cylinder::inside(Span<const float> p) const {
   return impl_->shape.inside(checkedPoint<3>(p, "Error: p.size() != 3"));

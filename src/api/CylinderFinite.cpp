@@ -38,9 +38,7 @@ void CylinderFinite::setStart(Span<const float> startPoint) {
 void CylinderFinite::getStart(Span<float> startPoint) const {
   writeChecked(impl_->shape.start, startPoint, kStartSize);
 }
-Span<const float> CylinderFinite::start() const {
-  return impl_->shape.start.coordinates;
-}
+Span<const float> CylinderFinite::start() const { return impl_->shape.start.coordinates; }
 
 void CylinderFinite::setEnd(Span<const float> endPoint) {
   impl_->shape.end = checkedPoint<3>(endPoint, kEndSize);
@@ -48,16 +46,10 @@ void CylinderFinite::setEnd(Span<const float> endPoint) {
 void CylinderFinite::getEnd(Span<float> endPoint) const {
   writeChecked(impl_->shape.end, endPoint, kEndSize);
 }
-Span<const float> CylinderFinite::end() const {
-  return impl_->shape.end.coordinates;
-}
+Span<const float> CylinderFinite::end() const { return impl_->shape.end.coordinates; }
 
-void CylinderFinite::setRadius(float radius) {
-  impl_->shape.radius = radius;
-}
-float CylinderFinite::radius() const {
-  return impl_->shape.radius;
-}
+void CylinderFinite::setRadius(float radius) { impl_->shape.radius = radius; }
+float CylinderFinite::radius() const { return impl_->shape.radius; }
 
 bool CylinderFinite::inside(Span<const float> p) const {
   return impl_->shape.inside(checkedPoint<3>(p, "Error: p.size() != 3"));

@@ -44,15 +44,9 @@ OrientedBoundingBox& OrientedBoundingBox::operator=(const OrientedBoundingBox& o
 OrientedBoundingBox& OrientedBoundingBox::operator=(OrientedBoundingBox&& other) noexcept = default;
 OrientedBoundingBox::~OrientedBoundingBox() = default;
 
-void OrientedBoundingBox::setCenter(Span<const float> center) {
-  impl_->shape.center = toPoint<3>(center);
-}
-void OrientedBoundingBox::getCenter(Span<float> center) const {
-  write(impl_->shape.center, center);
-}
-Span<const float> OrientedBoundingBox::center() const {
-  return impl_->shape.center.coordinates;
-}
+void OrientedBoundingBox::setCenter(Span<const float> center) { impl_->shape.center = toPoint<3>(center); }
+void OrientedBoundingBox::getCenter(Span<float> center) const { write(impl_->shape.center, center); }
+Span<const float> OrientedBoundingBox::center() const { return impl_->shape.center.coordinates; }
 
 void OrientedBoundingBox::setHalfSize(Span<const float> halfSize) {
   impl_->shape.halfSize = toPoint<3>(halfSize);
@@ -60,22 +54,12 @@ void OrientedBoundingBox::setHalfSize(Span<const float> halfSize) {
 void OrientedBoundingBox::setHalfSize(float halfSize) {
   impl_->shape.halfSize = ::Math::Point<float, 3>::filled(halfSize);
 }
-void OrientedBoundingBox::getHalfSize(Span<float> halfSize) const {
-  write(impl_->shape.halfSize, halfSize);
-}
-Span<const float> OrientedBoundingBox::halfSize() const {
-  return impl_->shape.halfSize.coordinates;
-}
+void OrientedBoundingBox::getHalfSize(Span<float> halfSize) const { write(impl_->shape.halfSize, halfSize); }
+Span<const float> OrientedBoundingBox::halfSize() const { return impl_->shape.halfSize.coordinates; }
 
-void OrientedBoundingBox::setSize(Span<const float> size) {
-  impl_->shape.setSize(toPoint<3>(size));
-}
-void OrientedBoundingBox::setSize(float size) {
-  impl_->shape.setSize(::Math::Point<float, 3>::filled(size));
-}
-void OrientedBoundingBox::getSize(Span<float> size) const {
-  write(impl_->shape.size(), size);
-}
+void OrientedBoundingBox::setSize(Span<const float> size) { impl_->shape.setSize(toPoint<3>(size)); }
+void OrientedBoundingBox::setSize(float size) { impl_->shape.setSize(::Math::Point<float, 3>::filled(size)); }
+void OrientedBoundingBox::getSize(Span<float> size) const { write(impl_->shape.size(), size); }
 
 void OrientedBoundingBox::setRotationByMatrix33(Span<const float> rotationMatrix) {
   impl_->shape.rotation = toArray<9>(rotationMatrix);
@@ -83,9 +67,7 @@ void OrientedBoundingBox::setRotationByMatrix33(Span<const float> rotationMatrix
 void OrientedBoundingBox::getRotationAsMatrix33(Span<float> rotationMatrix) const {
   write(impl_->shape.rotation, rotationMatrix);
 }
-Span<const float> OrientedBoundingBox::rotationMatrix33() const {
-  return impl_->shape.rotation;
-}
+Span<const float> OrientedBoundingBox::rotationMatrix33() const { return impl_->shape.rotation; }
 
 void OrientedBoundingBox::setRotationByMatrix44(Span<const float> rotationMatrix) {
   impl_->shape.rotation = ::Math::upperLeftBlock<3, 4>(toArray<16>(rotationMatrix));
@@ -108,9 +90,7 @@ void OrientedBoundingBox::setRotationByAxes(Span<const float> xAxis, Span<const 
   for (int i = 0; i < 3; ++i) impl_->shape.setAxis(i, columns[i]);
 }
 
-bool OrientedBoundingBox::inside(Span<const float> p) const {
-  return impl_->shape.inside(toPoint<3>(p));
-}
+bool OrientedBoundingBox::inside(Span<const float> p) const { return impl_->shape.inside(toPoint<3>(p)); }
 
 const ::Math::NOrientedBoundingBox<float, 3>& EngineAccess::engine(const OrientedBoundingBox& box) {
   return box.impl_->shape;

@@ -52,12 +52,8 @@ OrientedBoundingRectangle::~OrientedBoundingRectangle() = default;
 void OrientedBoundingRectangle::setCenter(Span<const float> center) {
   impl_->shape.center = toPoint<2>(center);
 }
-void OrientedBoundingRectangle::getCenter(Span<float> center) const {
-  write(impl_->shape.center, center);
-}
-Span<const float> OrientedBoundingRectangle::center() const {
-  return impl_->shape.center.coordinates;
-}
+void OrientedBoundingRectangle::getCenter(Span<float> center) const { write(impl_->shape.center, center); }
+Span<const float> OrientedBoundingRectangle::center() const { return impl_->shape.center.coordinates; }
 
 void OrientedBoundingRectangle::setHalfSize(Span<const float> halfSize) {
   impl_->shape.halfSize = toPoint<2>(halfSize);
@@ -68,19 +64,13 @@ void OrientedBoundingRectangle::setHalfSize(float halfSize) {
 void OrientedBoundingRectangle::getHalfSize(Span<float> halfSize) const {
   write(impl_->shape.halfSize, halfSize);
 }
-Span<const float> OrientedBoundingRectangle::halfSize() const {
-  return impl_->shape.halfSize.coordinates;
-}
+Span<const float> OrientedBoundingRectangle::halfSize() const { return impl_->shape.halfSize.coordinates; }
 
-void OrientedBoundingRectangle::setSize(Span<const float> size) {
-  impl_->shape.setSize(toPoint<2>(size));
-}
+void OrientedBoundingRectangle::setSize(Span<const float> size) { impl_->shape.setSize(toPoint<2>(size)); }
 void OrientedBoundingRectangle::setSize(float size) {
   impl_->shape.setSize(::Math::Point<float, 2>::filled(size));
 }
-void OrientedBoundingRectangle::getSize(Span<float> size) const {
-  write(impl_->shape.size(), size);
-}
+void OrientedBoundingRectangle::getSize(Span<float> size) const { write(impl_->shape.size(), size); }
 
 void OrientedBoundingRectangle::setRotationByAngle(float angleRadians) {
   impl_->shape.rotation = ::Math::rotationFromAngle(angleRadians);
@@ -95,9 +85,7 @@ void OrientedBoundingRectangle::setRotationByMatrix22(Span<const float> rotation
 void OrientedBoundingRectangle::getRotationAsMatrix22(Span<float> rotationMatrix) const {
   write(impl_->shape.rotation, rotationMatrix);
 }
-Span<const float> OrientedBoundingRectangle::rotationMatrix22() const {
-  return impl_->shape.rotation;
-}
+Span<const float> OrientedBoundingRectangle::rotationMatrix22() const { return impl_->shape.rotation; }
 
 void OrientedBoundingRectangle::setRotationByMatrix33(Span<const float> rotationMatrix) {
   impl_->shape.rotation = ::Math::upperLeftBlock<2, 3>(toArray<9>(rotationMatrix));

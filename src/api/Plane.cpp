@@ -44,29 +44,15 @@ Plane& Plane::operator=(const Plane& other) {
 Plane& Plane::operator=(Plane&& other) noexcept = default;
 Plane::~Plane() = default;
 
-void Plane::normalize() {
-  impl_->plane.normalize();
-}
-void Plane::negate() {
-  impl_->plane.negate();
-}
+void Plane::normalize() { impl_->plane.normalize(); }
+void Plane::negate() { impl_->plane.negate(); }
 
-Span<const float> Plane::normal() const {
-  return impl_->plane.normal.coordinates;
-}
-void Plane::getNormal(Span<float> normal) const {
-  write(impl_->plane.normal, normal);
-}
+Span<const float> Plane::normal() const { return impl_->plane.normal.coordinates; }
+void Plane::getNormal(Span<float> normal) const { write(impl_->plane.normal, normal); }
 
-float Plane::constant() const {
-  return impl_->plane.constant;
-}
-void Plane::getConstant(float& constant) const {
-  constant = impl_->plane.constant;
-}
+float Plane::constant() const { return impl_->plane.constant; }
+void Plane::getConstant(float& constant) const { constant = impl_->plane.constant; }
 
-const ::Math::Plane<float>& EngineAccess::engine(const Plane& plane) {
-  return plane.impl_->plane;
-}
+const ::Math::Plane<float>& EngineAccess::engine(const Plane& plane) { return plane.impl_->plane; }
 
 }  // namespace Sorvik

@@ -13,8 +13,8 @@ struct AllPointsIterator::Impl {
 
 AllPointsIterator::AllPointsIterator() : impl_(std::make_unique<Impl>()) {}
 AllPointsIterator::AllPointsIterator(const PointCloud& cloud, float minSpacing)
-    : impl_(std::make_unique<Impl>(
-          Impl{::Octree::allPoints(EngineAccess::octree(cloud), EngineAccess::cache(cloud), minSpacing, {})})) {}
+    : impl_(std::make_unique<Impl>(Impl{
+          ::Octree::allPoints(EngineAccess::octree(cloud), EngineAccess::cache(cloud), minSpacing, {})})) {}
 AllPointsIterator::AllPointsIterator(const AllPointsIterator& other)
     : impl_(std::make_unique<Impl>(*other.impl_)) {}
 AllPointsIterator::AllPointsIterator(AllPointsIterator&& other) noexcept = default;
@@ -51,16 +51,17 @@ AllPointsInsideIterator<Shape>::AllPointsInsideIterator() : impl_(std::make_uniq
 template <class Shape>
 AllPointsInsideIterator<Shape>::AllPointsInsideIterator(const PointCloud& cloud, const Shape& shape,
                                                         float minSpacing)
-    : impl_(std::make_unique<Impl>(Impl{::Octree::allPointsInside(
-          EngineAccess::octree(cloud), EngineAccess::cache(cloud), EngineAccess::engine(shape), minSpacing,
-          {})})) {}
+    : impl_(std::make_unique<Impl>(
+          Impl{::Octree::allPointsInside(EngineAccess::octree(cloud), EngineAccess::cache(cloud),
+                                         EngineAccess::engine(shape), minSpacing, {})})) {}
 template <class Shape>
 AllPointsInsideIterator<Shape>::AllPointsInsideIterator(const AllPointsInsideIterator& other)
     : impl_(std::make_unique<Impl>(*other.impl_)) {}
 template <class Shape>
 AllPointsInsideIterator<Shape>::AllPointsInsideIterator(AllPointsInsideIterator&& other) noexcept = default;
 template <class Shape>
-AllPointsInsideIterator<Shape>& AllPointsInsideIterator<Shape>::operator=(const AllPointsInsideIterator& other) {
+AllPointsInsideIterator<Shape>& AllPointsInsideIterator<Shape>::operator=(
+    const AllPointsInsideIterator& other) {
   if (this != &other) impl_ = std::make_unique<Impl>(*other.impl_);
   return *this;
 }
@@ -100,31 +101,42 @@ template class AllPointsInsideIterator<OrientedBoundingRectangle>;
 template class AllPointsInsideIterator<Circle>;
 template class AllPointsInsideIterator<Polygon>;
 
-AllPointsInsideBoundingBoxIterator allPointsInside(const PointCloud& cloud, const BoundingBox& shape, float minSpacing) {
+AllPointsInsideBoundingBoxIterator allPointsInside(const PointCloud& cloud, const BoundingBox& shape,
+                                                   float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideOrientedBoundingBoxIterator allPointsInside(const PointCloud& cloud, const OrientedBoundingBox& shape, float minSpacing) {
+AllPointsInsideOrientedBoundingBoxIterator allPointsInside(const PointCloud& cloud,
+                                                           const OrientedBoundingBox& shape,
+                                                           float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideSphereIterator allPointsInside(const PointCloud& cloud, const Sphere& shape, float minSpacing) {
+AllPointsInsideSphereIterator allPointsInside(const PointCloud& cloud, const Sphere& shape,
+                                              float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideCylinderIterator allPointsInside(const PointCloud& cloud, const Cylinder& shape, float minSpacing) {
+AllPointsInsideCylinderIterator allPointsInside(const PointCloud& cloud, const Cylinder& shape,
+                                                float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideCylinderFiniteIterator allPointsInside(const PointCloud& cloud, const CylinderFinite& shape, float minSpacing) {
+AllPointsInsideCylinderFiniteIterator allPointsInside(const PointCloud& cloud, const CylinderFinite& shape,
+                                                      float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideBoundingRectangleIterator allPointsInside(const PointCloud& cloud, const BoundingRectangle& shape, float minSpacing) {
+AllPointsInsideBoundingRectangleIterator allPointsInside(const PointCloud& cloud,
+                                                         const BoundingRectangle& shape, float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideOrientedBoundingRectangleIterator allPointsInside(const PointCloud& cloud, const OrientedBoundingRectangle& shape, float minSpacing) {
+AllPointsInsideOrientedBoundingRectangleIterator allPointsInside(const PointCloud& cloud,
+                                                                 const OrientedBoundingRectangle& shape,
+                                                                 float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsideCircleIterator allPointsInside(const PointCloud& cloud, const Circle& shape, float minSpacing) {
+AllPointsInsideCircleIterator allPointsInside(const PointCloud& cloud, const Circle& shape,
+                                              float minSpacing) {
   return {cloud, shape, minSpacing};
 }
-AllPointsInsidePolygonIterator allPointsInside(const PointCloud& cloud, const Polygon& shape, float minSpacing) {
+AllPointsInsidePolygonIterator allPointsInside(const PointCloud& cloud, const Polygon& shape,
+                                               float minSpacing) {
   return {cloud, shape, minSpacing};
 }
 

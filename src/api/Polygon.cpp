@@ -30,30 +30,18 @@ Polygon& Polygon::operator=(const Polygon& other) {
 Polygon& Polygon::operator=(Polygon&& other) noexcept = default;
 Polygon::~Polygon() = default;
 
-bool Polygon::inside(Span<const float> p) const {
-  return impl_->shape.inside(toPoint<2>(p));
-}
+bool Polygon::inside(Span<const float> p) const { return impl_->shape.inside(toPoint<2>(p)); }
 
-std::uint64_t Polygon::numEdges() const {
-  return impl_->shape.numVertices();
-}
-std::uint64_t Polygon::numVertices() const {
-  return impl_->shape.numVertices();
-}
+std::uint64_t Polygon::numEdges() const { return impl_->shape.numVertices(); }
+std::uint64_t Polygon::numVertices() const { return impl_->shape.numVertices(); }
 
-float Polygon::perimeter() const {
-  return impl_->shape.perimeter();
-}
-float Polygon::area() const {
-  return impl_->shape.area();
-}
+float Polygon::perimeter() const { return impl_->shape.perimeter(); }
+float Polygon::area() const { return impl_->shape.area(); }
 
 Span<const float> Polygon::vertex(std::uint64_t index) const {
   return impl_->shape.ring()[index].coordinates;
 }
 
-const ::Math::Polygon<float>& EngineAccess::engine(const Polygon& polygon) {
-  return polygon.impl_->shape;
-}
+const ::Math::Polygon<float>& EngineAccess::engine(const Polygon& polygon) { return polygon.impl_->shape; }
 
 }  // namespace Sorvik

@@ -4,8 +4,6 @@
 
 namespace Sorvik {
 
-std::string versionString() {
-  return ::Core::libVersion().string();
-}
+std::string versionString() { return ::Core::libVersion().string(); }
 
 }  // namespace Sorvik

@@ -37,13 +37,9 @@ std::string list(std::span<const T> values, const ToText& toText) {
   return text + "]";
 }
 
-std::string numbers(std::span<const double> values) {
-  return list(values, number);
-}
+std::string numbers(std::span<const double> values) { return list(values, number); }
 
-std::string corner(const Math::Point<double, 3>& point) {
-  return numbers(point.coordinates);
-}
+std::string corner(const Math::Point<double, 3>& point) { return numbers(point.coordinates); }
 
 /// The bounds of an attribute as viewers can use them: as many finite numbers as it has elements.
 struct Bounds {

@@ -41,13 +41,9 @@ File::File(const std::filesystem::path& path)
   }
 }
 
-File::~File() {
-  close(descriptor_);
-}
+File::~File() { close(descriptor_); }
 
-std::uint64_t File::size() const {
-  return static_cast<std::uint64_t>(statusOf(descriptor_, path_).st_size);
-}
+std::uint64_t File::size() const { return static_cast<std::uint64_t>(statusOf(descriptor_, path_).st_size); }
 
 std::string File::read(std::uint64_t offset, std::uint64_t size) const {
   const std::uint64_t fileSize = this->size();

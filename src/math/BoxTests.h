@@ -19,9 +19,7 @@
 namespace Math {
 
 /// x and y alone.
-[[nodiscard]] constexpr Point<float, 2> inPlan(const Point<float, 3>& p) {
-  return {{p[0], p[1]}};
-}
+[[nodiscard]] constexpr Point<float, 2> inPlan(const Point<float, 3>& p) { return {{p[0], p[1]}}; }
 
 /// The shape's own inside test, for plane shapes on x and y.
 template <class Shape>

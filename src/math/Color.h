@@ -8,9 +8,12 @@ namespace Math {
 class Color {
  public:
   constexpr Color() = default;
-  constexpr Color(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a) : r_(r), g_(g), b_(b), a_(a) {}
+  constexpr Color(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a)
+      : r_(r), g_(g), b_(b), a_(a) {}
 
-  constexpr void set(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a) { *this = Color(r, g, b, a); }
+  constexpr void set(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a) {
+    *this = Color(r, g, b, a);
+  }
 
   [[nodiscard]] constexpr std::uint8_t r() const { return r_; }
   [[nodiscard]] constexpr std::uint8_t g() const { return g_; }

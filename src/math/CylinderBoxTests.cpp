@@ -22,13 +22,9 @@ Vector widened(const Point<float, 3>& p) {
   return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
-double dot(const Vector& a, const Vector& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
+double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-Vector subtract(const Vector& a, const Vector& b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
+Vector subtract(const Vector& a, const Vector& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 
 /// a + factor * b
 Vector addScaled(const Vector& a, double factor, const Vector& b) {

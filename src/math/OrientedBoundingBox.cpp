@@ -10,9 +10,7 @@ std::array<float, 4> rotationFromAngle(float angleRadians) {
   return {cosine, sine, -sine, cosine};
 }
 
-float angleFromRotation(const std::array<float, 4>& rotation) {
-  return std::atan2(rotation[1], rotation[0]);
-}
+float angleFromRotation(const std::array<float, 4>& rotation) { return std::atan2(rotation[1], rotation[0]); }
 
 std::array<float, 9> rotationFromQuaternion(const std::array<float, 4>& xyzw) {
   std::array<float, 9> rotation{};

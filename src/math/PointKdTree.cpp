@@ -13,9 +13,7 @@ namespace {
 using Tree = PointKdTree<float, 3>;
 
 /// How many groups of @p size hold @p count.
-std::size_t numGroups(std::size_t count, std::size_t size) {
-  return (count + size - 1) / size;
-}
+std::size_t numGroups(std::size_t count, std::size_t size) { return (count + size - 1) / size; }
 
 struct IndexedPoint {
   float coordinates[3];

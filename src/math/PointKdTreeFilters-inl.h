@@ -25,9 +25,7 @@ using Vector = hn::Vec<Floats>;
 using Mask = hn::Mask<Floats>;
 using Siblings = PointKdTree<float, 3>::Siblings;
 
-HWY_INLINE Vector broadcast(float value) {
-  return hn::Set(Floats(), value);
-}
+HWY_INLINE Vector broadcast(float value) { return hn::Set(Floats(), value); }
 
 /// Every filter's inside(x, y, z) takes the steps of its shape's own inside test in their order, with neither
 /// fused multiplication nor reordering: the bits are the same. Comparisons stand as they are written there,

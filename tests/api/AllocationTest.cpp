@@ -29,15 +29,9 @@ void uncounted(void* memory) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-  return counted(size);
-}
-void operator delete(void* memory) noexcept {
-  uncounted(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  uncounted(memory);
-}
+void* operator new(std::size_t size) { return counted(size); }
+void operator delete(void* memory) noexcept { uncounted(memory); }
+void operator delete(void* memory, std::size_t) noexcept { uncounted(memory); }
 
 namespace {
 

@@ -26,67 +26,33 @@ std::vector<float> state(const BoundingBox& s) {
 std::vector<float> state(const BoundingRectangle& s) {
   return together(elements(s.minimum()), elements(s.maximum()));
 }
-std::vector<float> state(const Circle& s) {
-  return together(elements(s.center()), {s.radius()});
-}
-std::vector<float> state(const Cylinder& s) {
-  return together(elements(s.origin()), {s.radius()});
-}
-std::vector<float> state(const CylinderFinite& s) {
-  return together(elements(s.start()), {s.radius()});
-}
+std::vector<float> state(const Circle& s) { return together(elements(s.center()), {s.radius()}); }
+std::vector<float> state(const Cylinder& s) { return together(elements(s.origin()), {s.radius()}); }
+std::vector<float> state(const CylinderFinite& s) { return together(elements(s.start()), {s.radius()}); }
 std::vector<float> state(const OrientedBoundingBox& s) {
   return together(elements(s.center()), elements(s.halfSize()));
 }
 std::vector<float> state(const OrientedBoundingRectangle& s) {
   return together(elements(s.center()), elements(s.halfSize()));
 }
-std::vector<float> state(const Plane& s) {
-  return together(elements(s.normal()), {s.constant()});
-}
-std::vector<float> state(const Polygon& s) {
-  return together(elements(s.vertex(1)), {s.area()});
-}
-std::vector<float> state(const Sphere& s) {
-  return together(elements(s.center()), {s.radius()});
-}
+std::vector<float> state(const Plane& s) { return together(elements(s.normal()), {s.constant()}); }
+std::vector<float> state(const Polygon& s) { return together(elements(s.vertex(1)), {s.area()}); }
+std::vector<float> state(const Sphere& s) { return together(elements(s.center()), {s.radius()}); }
 std::vector<float> state(const Viewport& s) {
   return {static_cast<float>(s.x()), static_cast<float>(s.width())};
 }
 
-void change(BoundingBox& s) {
-  s.expand(Vector3{100, 100, 100});
-}
-void change(BoundingRectangle& s) {
-  s.expand(Vector2{100, 100});
-}
-void change(Circle& s) {
-  s.setRadius(100);
-}
-void change(Cylinder& s) {
-  s.setOrigin(Vector3{100, 100, 100});
-}
-void change(CylinderFinite& s) {
-  s.setStart(Vector3{100, 100, 100});
-}
-void change(OrientedBoundingBox& s) {
-  s.setHalfSize(100);
-}
-void change(OrientedBoundingRectangle& s) {
-  s.setHalfSize(100);
-}
-void change(Plane& s) {
-  s.negate();
-}
-void change(Polygon& s) {
-  s = Polygon(std::array<float, 6>{100, 100, 103, 100, 100, 104});
-}
-void change(Sphere& s) {
-  s.setCenter(100, 100, 100);
-}
-void change(Viewport& s) {
-  s.setX(100);
-}
+void change(BoundingBox& s) { s.expand(Vector3{100, 100, 100}); }
+void change(BoundingRectangle& s) { s.expand(Vector2{100, 100}); }
+void change(Circle& s) { s.setRadius(100); }
+void change(Cylinder& s) { s.setOrigin(Vector3{100, 100, 100}); }
+void change(CylinderFinite& s) { s.setStart(Vector3{100, 100, 100}); }
+void change(OrientedBoundingBox& s) { s.setHalfSize(100); }
+void change(OrientedBoundingRectangle& s) { s.setHalfSize(100); }
+void change(Plane& s) { s.negate(); }
+void change(Polygon& s) { s = Polygon(std::array<float, 6>{100, 100, 103, 100, 100, 104}); }
+void change(Sphere& s) { s.setCenter(100, 100, 100); }
+void change(Viewport& s) { s.setX(100); }
 
 template <class Shape>
 Shape sample() {

@@ -38,9 +38,7 @@ TEST(SurveyGenerator, MakesAsManyPointsAsAskedFor) {
   }
 }
 
-TEST(SurveyGenerator, DiffersWithTheSeed) {
-  EXPECT_NE(survey(1000, 1), survey(1000, 2));
-}
+TEST(SurveyGenerator, DiffersWithTheSeed) { EXPECT_NE(survey(1000, 1), survey(1000, 2)); }
 
 TEST(SurveyGenerator, HasAllKindsOfSurfaces) {
   std::map<int, int> classes;

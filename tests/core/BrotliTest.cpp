@@ -6,9 +6,7 @@
 
 namespace {
 
-std::span<const std::byte> bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
+std::span<const std::byte> bytesOf(const std::string& text) { return std::as_bytes(std::span(text)); }
 
 std::string repeated(std::size_t size) {
   std::string text;

@@ -97,9 +97,7 @@ template <class Shape>
 std::size_t numNumbers(const Shape& /*shape*/) {
   return sizeof(Shape) / sizeof(float);
 }
-std::size_t numNumbers(const Math::Polygon<float>& polygon) {
-  return 2 * polygon.numVertices();
-}
+std::size_t numNumbers(const Math::Polygon<float>& polygon) { return 2 * polygon.numVertices(); }
 
 template <class Shape>
 Shape withNaN(Shape shape, std::size_t at) {

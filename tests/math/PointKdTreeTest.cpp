@@ -127,9 +127,7 @@ TYPED_TEST(PointKdTreeSearch, TestsPointsOfNaNAndInfinitiesAsTheInsideTestDoes) 
   this->compare(4, {0.0F, 10.0F, 9}, 2'000, 200, 1e-3F);
 }
 
-TYPED_TEST(PointKdTreeSearch, TakesHugeNumbers) {
-  this->compare(5, {0.0F, 1e38F, 30}, 1'000, 50, 1e30F);
-}
+TYPED_TEST(PointKdTreeSearch, TakesHugeNumbers) { this->compare(5, {0.0F, 1e38F, 30}, 1'000, 50, 1e30F); }
 
 TYPED_TEST(PointKdTreeSearch, GivesTheSameIndicesOnEveryProcessor) {
   RandomShapes random(6, {0.0F, 10.0F, 50});

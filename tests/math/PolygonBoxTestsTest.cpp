@@ -9,14 +9,10 @@ using Polygon = Math::Polygon<float>;
 
 namespace {
 
-Polygon polygon(const std::vector<float>& interleaved) {
-  return Polygon(interleaved);
-}
+Polygon polygon(const std::vector<float>& interleaved) { return Polygon(interleaved); }
 
 /// A U of 6 by 6: legs and ground are 1 wide, the hollow is open to the top.
-Polygon hollow() {
-  return polygon({0, 0, 6, 0, 6, 6, 5, 6, 5, 1, 1, 1, 1, 6, 0, 6});
-}
+Polygon hollow() { return polygon({0, 0, 6, 0, 6, 6, 5, 6, 5, 1, 1, 1, 1, 6, 0, 6}); }
 
 Box upright(float minX, float minY, float maxX, float maxY) {
   return {{{minX, minY, -9}}, {{maxX, maxY, 9}}};

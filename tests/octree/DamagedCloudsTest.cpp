@@ -74,9 +74,7 @@ void tryToWalk(const Files& files, const std::string& what) {
 
 class DamagedCloud : public testing::TestWithParam<bool> {};
 
-TEST_P(DamagedCloud, IsWholeBeforeTheDamage) {
-  EXPECT_EQ(walked(cloud(GetParam()).files()), 15U);
-}
+TEST_P(DamagedCloud, IsWholeBeforeTheDamage) { EXPECT_EQ(walked(cloud(GetParam()).files()), 15U); }
 
 TEST_P(DamagedCloud, SurvivesEveryTruncationOfItsFiles) {
   const Files whole = cloud(GetParam()).files();

@@ -35,9 +35,7 @@ TEST(OctreeNodeId, FindsTheWayBackFromEveryChild) {
   }
 }
 
-TEST(OctreeNodeId, NamesTheWayDown) {
-  EXPECT_EQ(OctreeNodeId().child(0).child(4).child(2).name(), "r042");
-}
+TEST(OctreeNodeId, NamesTheWayDown) { EXPECT_EQ(OctreeNodeId().child(0).child(4).child(2).name(), "r042"); }
 
 TEST(OctreeNodeId, HoldsTwentyOneLevels) {
   OctreeNodeId id = deepest();

@@ -31,9 +31,7 @@ std::string openMessage(const std::filesystem::path& folder) {
   return openMessage(std::make_shared<PoTree::FileSystemLocation>(folder));
 }
 
-PotreeFiles oneNode() {
-  return PotreeFiles().node(0, somePoints(3));
-}
+PotreeFiles oneNode() { return PotreeFiles().node(0, somePoints(3)); }
 
 TEST(OpenOctree, NamesThePathThatIsNotThere) {
   EXPECT_THAT(openMessage(std::filesystem::path("/no/such/cloud")),
@@ -98,9 +96,7 @@ TEST(OpenOctree, NeedsARootWherePointsAreAnnounced) {
               HasSubstr("found 21 bytes"));
 }
 
-TEST(OpenOctree, OpensACloudWithoutPointsAndRoot) {
-  EXPECT_EQ(openOctree(PotreeFiles{})->numPoints(), 0U);
-}
+TEST(OpenOctree, OpensACloudWithoutPointsAndRoot) { EXPECT_EQ(openOctree(PotreeFiles{})->numPoints(), 0U); }
 
 TEST(OpenOctree, SaysWhyTheFirstChunkCannotBeRead) {
   auto files = oneNode().files();

@@ -1,6 +1,4 @@
 // Region walks over real clouds against a brute-force filter over all points.
-#include "octree/QueryPoints.h"
-
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -8,6 +6,7 @@
 #include <numbers>
 #include <random>
 
+#include "octree/QueryPoints.h"
 #include "octree/potree/FileSystemLocation.h"
 #include "support/SampleData.h"
 
@@ -72,8 +71,8 @@ Multiset walk(const OctreePtr& octree, const CachePtr& cache, const Shape& shape
 
 /// All nodes of the plain walk, which the brute force filters.
 std::vector<std::shared_ptr<Octree::OctreeNodeCache::CacheEntry>> allNodes(const OctreePtr& octree,
-                                                                            const CachePtr& cache,
-                                                                            float minSpacing) {
+                                                                           const CachePtr& cache,
+                                                                           float minSpacing) {
   std::vector<std::shared_ptr<Octree::OctreeNodeCache::CacheEntry>> nodes;
   const Octree::Algorithm::QueryPointsIterator end;
   for (auto it = Octree::allPoints(octree, cache, minSpacing, {}); !(it == end); ++it) nodes.push_back(*it);
@@ -94,7 +93,8 @@ class ShapeSource {
   float size() { return longest_ * std::pow(10.0F, -3.0F + 3.3F * unit()); }
   Point anywhere() {
     Point p;
-    for (int axis = 0; axis < 3; ++axis) p[axis] = box_.minimum[axis] + (1.4F * unit() - 0.2F) * box_.size()[axis];
+    for (int axis = 0; axis < 3; ++axis)
+      p[axis] = box_.minimum[axis] + (1.4F * unit() - 0.2F) * box_.size()[axis];
     return p;
   }
   Point center() { return unit() < 0.5F ? sample() : anywhere(); }

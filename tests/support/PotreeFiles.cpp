@@ -32,9 +32,7 @@ PotreeFiles& PotreeFiles::set(std::string pointer, std::string jsonText) {
   return *this;
 }
 
-PotreeFiles& PotreeFiles::remove(std::string pointer) {
-  return set(std::move(pointer), "");
-}
+PotreeFiles& PotreeFiles::remove(std::string pointer) { return set(std::move(pointer), ""); }
 
 PotreeFiles& PotreeFiles::attributes(std::vector<std::string> names) {
   attributeNames_ = std::move(names);

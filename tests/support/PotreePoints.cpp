@@ -51,9 +51,7 @@ std::string mortonCode(const std::array<std::uint32_t, 3>& position) {
   return littleEndian(interleaved(position, 16), interleaved(position, 0));
 }
 
-std::string mortonCode(const std::array<std::uint16_t, 3>& rgb) {
-  return littleEndian(interleaved(rgb, 0));
-}
+std::string mortonCode(const std::array<std::uint16_t, 3>& rgb) { return littleEndian(interleaved(rgb, 0)); }
 
 std::string encodeRecords(std::span<const StoredPoint> points, std::span<const std::string> names) {
   std::string bytes;

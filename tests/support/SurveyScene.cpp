@@ -35,17 +35,11 @@ constexpr double kRoadWidth = 5;  // along the low x and low y side of each lot
 constexpr double kTreeCell = 8;
 constexpr double kMostTreeRadius = 3.1;
 
-std::int64_t cellOf(double value, double size) {
-  return static_cast<std::int64_t>(std::floor(value / size));
-}
+std::int64_t cellOf(double value, double size) { return static_cast<std::int64_t>(std::floor(value / size)); }
 
-double smoothStep(double t) {
-  return t * t * (3 - 2 * t);
-}
+double smoothStep(double t) { return t * t * (3 - 2 * t); }
 
-double mix(double a, double b, double t) {
-  return a + (b - a) * t;
-}
+double mix(double a, double b, double t) { return a + (b - a) * t; }
 
 bool onRoad(double x, double y, double margin) {
   const auto withinLot = [](double value) { return value - kLot * std::floor(value / kLot); };

@@ -11,9 +11,7 @@ using Testing::messageOf;
 using Testing::PotreeFiles;
 using Testing::TempFolder;
 
-PotreeFiles oneNode() {
-  return PotreeFiles().node(0, Testing::somePoints(2));
-}
+PotreeFiles oneNode() { return PotreeFiles().node(0, Testing::somePoints(2)); }
 
 TEST(FileSystemLocation, DoesNotTouchTheDiskUntilItIsAsked) {
   const TempFolder folder;

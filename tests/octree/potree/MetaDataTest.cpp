@@ -30,9 +30,7 @@ std::string saidOf(const std::string& text, MetaDataUse use = MetaDataUse::Main)
     return error.what();
   }
 }
-std::string saidOf(const PotreeFiles& files) {
-  return saidOf(files.metaData());
-}
+std::string saidOf(const PotreeFiles& files) { return saidOf(files.metaData()); }
 
 /// A JSON text.
 std::string jsonText(const std::string& text) {

@@ -13,9 +13,7 @@ using PoTree::kPositionCodeSize;
 using Position = std::array<std::uint32_t, 3>;
 using Rgb = std::array<std::uint16_t, 3>;
 
-std::span<const std::byte> bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
+std::span<const std::byte> bytesOf(const std::string& text) { return std::as_bytes(std::span(text)); }
 
 Position decoded(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2, std::uint32_t w3) {
   const std::string code = Testing::littleEndian(w0, w1, w2, w3);

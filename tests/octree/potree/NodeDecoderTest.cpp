@@ -42,9 +42,7 @@ NodePoints decoded(const Names& names, bool brotli, std::span<const StoredPoint>
   return decoded(formatOf(PotreeFiles().attributes(names), brotli), data);
 }
 
-std::uint8_t to8Bit(std::uint16_t v) {
-  return static_cast<std::uint8_t>(v > 255 ? v / 256 : v);
-}
+std::uint8_t to8Bit(std::uint16_t v) { return static_cast<std::uint8_t>(v > 255 ? v / 256 : v); }
 
 bool contains(const Names& names, const char* name) {
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -300,9 +298,7 @@ TEST(DecodeOct16, OfTwoBytes127PointsUpNearly) {
   EXPECT_NEAR(z, 1.0, 1e-4);
 }
 
-TEST(DecodeOct16, OfAllOnesFoldsDown) {
-  EXPECT_THAT(PoTree::decodeOct16(-1), ElementsAre(0, 0, -1));
-}
+TEST(DecodeOct16, OfAllOnesFoldsDown) { EXPECT_THAT(PoTree::decodeOct16(-1), ElementsAre(0, 0, -1)); }
 
 TEST(DecodeOct16, TakesTheHighByteForX) {
   const auto [x, y, z] = PoTree::decodeOct16(static_cast<std::int16_t>(0xFF80));
