@@ -36,8 +36,9 @@ class Span {
   /// end of the full expression (an argument of a call); a Span<T> of it does not compile, since the results
   /// would be lost.
   template <class Range>
-  requires(!std::same_as<std::remove_cvref_t<Range>, Span> &&
-           std::convertible_to<Range, std::span<T>>) constexpr Span(Range&& range)
+  requires(!std::same_as<std::remove_cvref_t<Range>, Span> && std::convertible_to<Range, std::span<T>>)
+      // NOLINTNEXTLINE(*-forwarding-reference-overload): the constraint leaves Span itself out.
+      constexpr Span(Range&& range)
       : Span(std::span<T>(std::forward<Range>(range))) {}
 
   /// The elements of @p view.

@@ -30,7 +30,7 @@ Cylinder::~Cylinder() = default;
 
 Cylinder Cylinder::fromPointAndDirection(Span<const float> origin, Span<const float> direction,
                                          float radius) {
-  return Cylinder(origin, direction, radius);
+  return {origin, direction, radius};
 }
 Cylinder Cylinder::fromTwoPoints(Span<const float> p1, Span<const float> p2, float radius) {
   Cylinder cylinder;

@@ -29,7 +29,7 @@ CylinderFinite& CylinderFinite::operator=(CylinderFinite&& other) noexcept = def
 CylinderFinite::~CylinderFinite() = default;
 
 CylinderFinite CylinderFinite::fromTwoPoints(Span<const float> start, Span<const float> end, float radius) {
-  return CylinderFinite(start, end, radius);
+  return {start, end, radius};
 }
 
 void CylinderFinite::setStart(Span<const float> startPoint) {

@@ -56,7 +56,7 @@ std::string utf8FromWide(std::wstring_view text) {
   std::string out;
   for (std::size_t i = 0; i < text.size(); ++i) {
     auto code = static_cast<std::uint32_t>(text[i]);
-    const auto next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) : 0;
+    const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) : 0;
     if (code >= 0xD800 && code <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
       code = 0x10000 + ((code - 0xD800) << 10U) + (next - 0xDC00);
       ++i;

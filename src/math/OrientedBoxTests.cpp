@@ -98,17 +98,19 @@ std::array<Vector<N>, static_cast<std::size_t>(N)> columnsOf(const NOrientedBoun
 template <int N>
 struct Pair {
   std::array<Vector<N>, static_cast<std::size_t>(N)> columns;
-  Vector<N> halfSize, boxHalfSize, between;
+  Vector<N> halfSize{};
+  Vector<N> boxHalfSize{};
+  Vector<N> between{};
   double slack;
 
   Pair(const NOrientedBoundingBox<float, N>& shape, const NBoundingBox<float, 3>& box, float magnitude)
-      : columns(columnsOf(shape)), halfSize{}, boxHalfSize{}, between{} {
+      : columns(columnsOf(shape)) {
     // The frame's tolerance moves a point by less than 4e-4 of the half sizes, rounding by less than 2^-19.
     slack = static_cast<double>(kTolerance) + 0x1p-18 * static_cast<double>(magnitude);
     for (int i = 0; i < N; ++i) {
       const auto k = static_cast<std::size_t>(i);
-      const double low = static_cast<double>(box.minimum[i]);
-      const double high = static_cast<double>(box.maximum[i]);
+      const auto low = static_cast<double>(box.minimum[i]);
+      const auto high = static_cast<double>(box.maximum[i]);
       halfSize[k] = static_cast<double>(shape.halfSize[i]);
       boxHalfSize[k] = (high - low) / 2;
       between[k] = (low + high) / 2 - static_cast<double>(shape.center[i]);

@@ -46,8 +46,8 @@ std::optional<Rectangle> widened(const Polygon<float>& polygon, const NBoundingB
 
 /// Whether the edge meets the rectangle: their ranges on x, on y and across the edge do.
 bool touches(const Point<float, 2>& from, const Point<float, 2>& to, const Rectangle& r) {
-  const double ax = static_cast<double>(from[0]);
-  const double ay = static_cast<double>(from[1]);
+  const auto ax = static_cast<double>(from[0]);
+  const auto ay = static_cast<double>(from[1]);
   const double dx = static_cast<double>(to[0]) - ax;
   const double dy = static_cast<double>(to[1]) - ay;
   if (std::max(ay, ay + dy) < r.minY || std::min(ay, ay + dy) > r.maxY) return false;

@@ -4,8 +4,8 @@
 
 namespace Octree::Algorithm {
 
-ReadAhead::ReadAhead(const std::shared_ptr<Octree>& octree, std::stop_token stopToken)
-    : octree_(octree),
+ReadAhead::ReadAhead(std::shared_ptr<Octree> octree, std::stop_token stopToken)
+    : octree_(std::move(octree)),
       whenWalkStops_(std::move(stopToken), [stop = stop_]() mutable { stop.request_stop(); }) {}
 
 ReadAhead::~ReadAhead() {

@@ -24,7 +24,7 @@ class ReadAhead {
   static constexpr std::uint64_t kByteBudget = std::uint64_t{32} << 20U;
 
   /// @param stopToken  the walk's: a stop ends the loading, too.
-  ReadAhead(const std::shared_ptr<Octree>& octree, std::stop_token stopToken);
+  ReadAhead(std::shared_ptr<Octree> octree, std::stop_token stopToken);
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;

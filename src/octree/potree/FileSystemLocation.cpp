@@ -7,7 +7,7 @@
 
 namespace PoTree {
 
-FileSystemLocation::FileSystemLocation(const std::filesystem::path& path) : path_(path) {}
+FileSystemLocation::FileSystemLocation(std::filesystem::path path) : path_(std::move(path)) {}
 
 std::string FileSystemLocation::toString() const { return path_.string(); }
 
@@ -20,6 +20,7 @@ std::vector<std::shared_ptr<Octree::Location>> FileSystemLocation::externalAttri
   }
   std::sort(folders.begin(), folders.end());
   std::vector<std::shared_ptr<Octree::Location>> locations;
+  locations.reserve(folders.size());
   for (const auto& folder : folders) locations.push_back(std::make_shared<FileSystemLocation>(folder));
   return locations;
 }

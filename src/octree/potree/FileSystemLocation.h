@@ -15,7 +15,7 @@ namespace PoTree {
 /// position, so that many threads share one location, and all futures are ready at once.
 class FileSystemLocation final : public Location {
  public:
-  explicit FileSystemLocation(const std::filesystem::path& path);
+  explicit FileSystemLocation(std::filesystem::path path);
 
   [[nodiscard]] std::string toString() const override;
   /// Each subfolder of `attributes` that holds a metadata.json, in the order of their names.
