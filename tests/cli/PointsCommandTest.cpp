@@ -109,7 +109,7 @@ TEST_F(PointsCommand, SumsOctreeCoordinatesWhenAskedFor) {
   const json result = json::parse(outputOf({"points", write(rowOfPoints(3)), "--json", "--local"}));
   EXPECT_NEAR(result["sum"]["x"], 0.03, 1e-7);
   EXPECT_EQ(result["min"], json({0, 0, 0}));
-  EXPECT_EQ(result["classHistogram"], json({3}));
+  EXPECT_EQ(result["classHistogram"], json::array({3}));
 }
 
 TEST_F(PointsCommand, HasNoExtremesWithoutPoints) {
