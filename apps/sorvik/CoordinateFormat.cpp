@@ -45,7 +45,7 @@ char* CoordinateFormat::write(double value, char* out) const {
 }
 
 char* CoordinateFormat::writeScaled(double scaled, char* out) const {
-  const auto rounded = static_cast<std::uint64_t>(std::abs(scaled) + 0.5);
+  const auto rounded = static_cast<std::uint64_t>(std::llround(std::abs(scaled)));
   if (scaled < 0 && rounded != 0) *out++ = '-';
   const auto factor = static_cast<std::uint64_t>(factor_);
   out = std::to_chars(out, out + 20, rounded / factor).ptr;

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,9 +12,6 @@ namespace Testing {
 namespace {
 
 using nlohmann::json;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 /// Half a step of the floats in which a cloud of this extent is stored.
 constexpr double kHalfFloatStep = 1200.0 / (1U << 24U);
 
