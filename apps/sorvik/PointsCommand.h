@@ -14,6 +14,7 @@ namespace Program {
 /// A form of point file.
 enum class PointFileFormat { Csv, Ply };
 
+/// A file that points are written to.
 struct PointFile {
   std::string path;
   PointFileFormat format;

@@ -67,7 +67,7 @@ Json attribute(const char* name, const char* type, int numElements, int elementS
 }
 
 Json metaData(const SmallCloud& cloud, std::uint64_t hierarchySize) {
-  Json attributes{attribute("position", "int32", 3, 4)};
+  Json attributes = Json::array({attribute("position", "int32", 3, 4)});
   if (cloud.intensities) attributes.push_back(attribute("intensity", "uint16", 1, 2));
   if (cloud.classification) attributes.push_back(attribute("classification", "uint8", 1, 1));
   if (cloud.colors) attributes.push_back(attribute("rgb", "uint16", 3, 2));

@@ -51,9 +51,9 @@ std::string contents(int descriptor) {
 Process::Process(const std::vector<std::string>& command, const ProcessSetup& setup)
     : out_(memoryFile()), err_(memoryFile()) {
   std::vector<std::string> words = command;
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+  std::vector<char*> arguments(words.size() + 1);  // the last one stays null
+  std::transform(words.begin(), words.end(), arguments.begin(),
+                 [](std::string& word) { return word.data(); });
   const int out = setup.output < 0 ? out_ : setup.output;
   const int err = setup.errors < 0 ? err_ : setup.errors;
   pid_ = fork();
