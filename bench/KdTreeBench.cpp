@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <limits>
+#include <memory>
 #include <nanoflann.hpp>
 #include <random>
 #include <span>
@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "Rounds.h"
 #include "math/PointKdTree.h"
 #include "math/Sphere.h"
 
@@ -23,6 +24,7 @@ namespace {
 using Tree = Math::PointKdTree<float, 3>;
 using Sphere = Math::NSphere<float, 3>;
 
+constexpr int kRounds = 15;
 constexpr std::size_t kNumPoints = 20'000;  // one full node
 constexpr std::size_t kNumQueries = 4'096;  // so many that no branch predictor learns them by heart
 constexpr float kEdge = 25.0F;              // of the node's cube
@@ -143,44 +145,15 @@ bool sameAnswers(const Tree& tree, const Baseline& baseline, std::span<const Sph
   return true;
 }
 
-/// Processor time, which other programs on the machine disturb least.
-template <class Work>
-double secondsOf(const Work& work) {
-  const std::clock_t begin = std::clock();
-  work();
-  return static_cast<double>(std::clock() - begin) / static_cast<double>(CLOCKS_PER_SEC);
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-/// Prints median processor times of alternating rounds, each of @p count repetitions, and the ratio of the
-/// two.
-template <class Ours, class Theirs>
-void compare(const char* what, std::size_t count, const Ours& ours, const Theirs& theirs) {
-  constexpr int kRounds = 15;
-  std::vector<double> oursSeconds;
-  std::vector<double> theirsSeconds;
-  for (int round = 0; round < kRounds; ++round) {
-    theirsSeconds.push_back(secondsOf(theirs));
-    oursSeconds.push_back(secondsOf(ours));
-  }
-  const double scale = 1e6 / static_cast<double>(count);
-  const double our = median(oursSeconds) * scale;
-  const double their = median(theirsSeconds) * scale;
-  std::printf("%-34s ours %9.3f us   nanoflann %9.3f us   %5.2f times as fast\n", what, our, their,
-              their / our);
-}
-
 /// Whether all answers agreed.
 bool compareAll(std::span<const float> positions, std::span<const float> radii) {
   const Tree tree(positions);
   const Baseline baseline(positions);
-  compare(
-      "build, 20,000 points", 1, [&] { benchmark::DoNotOptimize(Tree(positions)); },
-      [&] { benchmark::DoNotOptimize(Baseline(positions)); });
+  Bench::report("build, a point", "nanoflann",
+                Bench::alternate(
+                    kRounds, Bench::processorSeconds, [&] { return Tree(positions); },
+                    [&] { return std::make_unique<Baseline>(positions); }),
+                kNumPoints);
   std::vector<std::uint32_t> ours;
   Baseline::Found theirs;
   for (const float radius : radii) {
@@ -193,9 +166,11 @@ bool compareAll(std::span<const float> positions, std::span<const float> radii) 
     const double each =
         static_cast<double>(searchAll(tree, spheres, ours)) / static_cast<double>(kNumQueries);
     std::snprintf(what, sizeof what, "radius %.2f, %.1f points each", static_cast<double>(radius), each);
-    compare(
-        what, kNumQueries, [&] { searchAll(tree, spheres, ours); },
-        [&] { searchAll(baseline, spheres, theirs); });
+    Bench::report(what, "nanoflann",
+                  Bench::alternate(
+                      kRounds, Bench::processorSeconds, [&] { return searchAll(tree, spheres, ours); },
+                      [&] { return searchAll(baseline, spheres, theirs); }),
+                  kNumQueries);
   }
   return true;
 }

@@ -81,8 +81,15 @@ def check_bans(path, text):
             yield number, "file streams belong to the code that reads and writes files"
 
 
+def check_readme():
+    """The README's example is a file that is built and run."""
+    example = Path("examples/walk.cpp").read_text()
+    if f"```cpp\n{example}```" not in Path("README.md").read_text():
+        yield "README.md: its C++ example differs from examples/walk.cpp"
+
+
 def main():
-    breaches = []
+    breaches = list(check_readme())
     for path in tracked("*.h", "*.cpp"):
         text = path.read_text()
         breaches += [f"{path}:{number}: {what}" for number, what in check_arrows(path, text)]
