@@ -74,6 +74,13 @@ TEST(ParallelBlocks, AreCutByIndexAloneAndOnlyTheLastIsShorter) {
   EXPECT_THAT(blocksOf(0, 4), ElementsAre());
 }
 
+TEST(ParallelBlocks, EndAtTheCountHoweverLargeItIs) {
+  constexpr std::size_t half = SIZE_MAX / 2;
+  EXPECT_THAT(
+      blocksOf(SIZE_MAX, half),
+      ElementsAre(std::pair(std::size_t{0}, half), std::pair(half, 2 * half), std::pair(2 * half, SIZE_MAX)));
+}
+
 TEST(ParallelBlocks, PassAnExceptionOn) {
   EXPECT_THROW(Core::parallelBlocks(10, 3, [](std::size_t, std::size_t) { throw std::bad_alloc(); }),
                std::bad_alloc);
