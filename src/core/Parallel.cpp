@@ -54,7 +54,7 @@ void parallelBlocks(std::size_t count, std::size_t blockSize,
   const std::size_t blocks = count / blockSize + (count % blockSize != 0 ? 1 : 0);
   parallelFor(blocks, [&](std::size_t block) {
     const std::size_t first = block * blockSize;
-    body(first, std::min(count, first + blockSize));
+    body(first, first + std::min(blockSize, count - first));
   });
 }
 
