@@ -1,6 +1,9 @@
 // One opened cloud on many threads.
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <latch>
 #include <thread>
 
@@ -82,6 +85,19 @@ TEST(SharedCloud, GoesWithTheLastOfTheThreadsThatWalkIt) {
   const auto found =
       onThreads([&](std::size_t t) { return pointsOf(std::exchange(walks[t], AllPointsIterator())); });
   EXPECT_THAT(found, testing::Each(testing::SizeIs(220)));
+}
+
+TEST(SharedCloud, LetsAForkedChildEndWhileNodesAreLoadedInAdvance) {
+  const Testing::CloudFolder folder;
+  const PointCloud cloud = folder.open();
+  Sorvik::AllPointsIterator walk(cloud, 0);
+  (void)*walk;
+  (void)*++walk;  // from here on a thread of the library is at work
+  const pid_t child = fork();
+  if (child == 0) std::exit(0);
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

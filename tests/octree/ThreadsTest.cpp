@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <latch>
+#include <random>
 #include <thread>
 
 #include "octree/LruCache.h"
@@ -152,6 +153,51 @@ TEST(WalkThreads, FindTheSameAsOneThreadWithCachesOfAnySize) {
     onThreads(8, [&](std::size_t) {
       for (int i = 0; i < 10; ++i) EXPECT_EQ(sumsOf(Octree::allPoints(octree, cache, 0, {})), expected);
     });
+  }
+}
+
+/// The sum of all coordinates inside a shape, and one for every point.
+template <class Shape>
+double sumInside(const std::shared_ptr<Octree::Octree>& octree, const std::shared_ptr<OctreeNodeCache>& cache,
+                 const Shape& shape) {
+  using Walk = Octree::Algorithm::QueryPointsInsideIterator<Shape>;
+  double sum = 0;
+  for (Walk walk = Octree::allPointsInside(octree, cache, shape, 0, {}); !(walk == Walk()); ++walk) {
+    sum += static_cast<double>((*walk)->points().size());
+    for (const float coordinate : (*walk)->points().positions()) sum += static_cast<double>(coordinate);
+  }
+  return sum;
+}
+
+/// The answers to a random ball and a random box of each of a few seeds.
+std::vector<double> answersOf(const std::shared_ptr<Octree::Octree>& octree,
+                              const std::shared_ptr<OctreeNodeCache>& cache, unsigned firstSeed) {
+  std::vector<double> answers;
+  for (unsigned seed = firstSeed; seed < firstSeed + 4; ++seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> coordinate(0, 500);
+    const Math::Point<float, 3> center{{coordinate(random), coordinate(random), coordinate(random)}};
+    Math::NBoundingBox<float, 3> box;
+    box.expand(center);
+    box.expand({{coordinate(random), coordinate(random), coordinate(random)}});
+    answers.push_back(sumInside(octree, cache, Math::NSphere<float, 3>{center, coordinate(random)}));
+    answers.push_back(sumInside(octree, cache, box));
+  }
+  return answers;
+}
+
+TEST(WalkThreads, SixtyFourWithRandomShapesAnswerAsOneWithCachesOfAnySize) {
+  constexpr std::size_t kThreads = 64;
+  const auto alone = Testing::openOctree(std::make_shared<MapLocation>(manyChunks()));
+  std::vector<std::vector<double>> expected;
+  for (unsigned t = 0; t < kThreads; ++t) expected.push_back(answersOf(alone, nullptr, 10 * t));
+  for (const std::uint64_t capacity : {1U, 10'000U}) {
+    const auto octree = Testing::openOctree(std::make_shared<MapLocation>(manyChunks()));
+    const auto cache = std::make_shared<OctreeNodeCache>(capacity);
+    std::vector<std::vector<double>> found(kThreads);
+    onThreads(kThreads,
+              [&](std::size_t t) { found[t] = answersOf(octree, cache, static_cast<unsigned>(10 * t)); });
+    EXPECT_EQ(found, expected) << "capacity " << capacity;
   }
 }
 
