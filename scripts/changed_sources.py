@@ -28,11 +28,7 @@ def compiled_sources():
 
 
 def touched_files():
-    commits = int(lines("git", "rev-list", "--count", "HEAD")[0])
-    if commits <= COMMITS:
-        return set(lines("git", "ls-files"))
-    changed = lines("git", "diff", "--name-only", f"HEAD~{COMMITS}")
-    return set(changed)
+    return set(lines("git", "log", f"-{COMMITS}", "--name-only", "--format="))
 
 
 def with_includers(touched):

@@ -4,7 +4,8 @@
 set -euo pipefail
 git ls-files -- '*.h' '*.cpp' | xargs clang-format-14 --dry-run -Werror
 python3 scripts/check_tree.py
-mapfile -t sources < <(python3 scripts/changed_sources.py "$@")
+names=$(python3 scripts/changed_sources.py "$@")
+mapfile -t sources <<<"$names"
 echo "clang-tidy on ${#sources[@]} sources"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

@@ -1,6 +1,5 @@
 #include "core/WideText.h"
 
-#include <array>
 #include <cstdint>
 
 namespace Core {
@@ -29,27 +28,6 @@ void appendUtf8(std::uint32_t code, std::string& out) {
   }
 }
 
-/// The length of the well-formed UTF-8 sequence at the start of @p text and its code point; length 0 when
-/// there is none (Unicode 15, table 3-7).
-std::size_t readUtf8(std::string_view text, std::uint32_t& code) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const std::uint32_t lead = byte(0);
-  if (lead < 0x80) {
-    code = lead;
-    return 1;
-  }
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
-  code = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80) return 0;
-    code = code << 6U | (byte(i) & 0x3FU);
-  }
-  constexpr std::array<std::uint32_t, 5> kLeast{0, 0, 0x80, 0x800, 0x10000};
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < kLeast[length] || code > 0x10FFFF || surrogate ? 0 : length;
-}
-
 }  // namespace
 
 std::string utf8FromWide(std::wstring_view text) {
@@ -67,21 +45,6 @@ std::string utf8FromWide(std::wstring_view text) {
       code = kReplacement;
     }
     appendUtf8(code, out);
-  }
-  return out;
-}
-
-std::wstring wideFromUtf8(std::string_view text) {
-  std::wstring out;
-  while (!text.empty()) {
-    std::uint32_t code = 0;
-    std::size_t length = readUtf8(text, code);
-    if (length == 0) {
-      code = kFirstEscape + static_cast<unsigned char>(text[0]) - 0x80;
-      length = 1;
-    }
-    out += static_cast<wchar_t>(code);
-    text.remove_prefix(length);
   }
   return out;
 }

@@ -11,7 +11,4 @@ namespace Core {
 /// named.
 [[nodiscard]] std::string utf8FromWide(std::wstring_view text);
 
-/// The reverse: bytes that are not UTF-8 become U+DC80 to U+DCFF.
-[[nodiscard]] std::wstring wideFromUtf8(std::string_view text);
-
 }  // namespace Core
