@@ -1,6 +1,7 @@
 #include "core/WideText.h"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace Core {
 namespace {
@@ -32,9 +33,12 @@ void appendUtf8(std::uint32_t code, std::string& out) {
 
 std::string utf8FromWide(std::wstring_view text) {
   std::string out;
+  const auto unit = [&](std::size_t i) -> std::uint32_t {
+    return static_cast<std::make_unsigned_t<wchar_t>>(text[i]);
+  };
   for (std::size_t i = 0; i < text.size(); ++i) {
-    auto code = static_cast<std::uint32_t>(text[i]);
-    const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint32_t>(text[i + 1]) : 0;
+    std::uint32_t code = unit(i);
+    const std::uint32_t next = i + 1 < text.size() ? unit(i + 1) : 0;
     if (code >= 0xD800 && code <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
       code = 0x10000 + ((code - 0xD800) << 10U) + (next - 0xDC00);
       ++i;

@@ -20,7 +20,6 @@ using Testing::CloudFolder;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Testing::HierarchyRecord;
 using Testing::kPointsPerNode;
 using testing::SizeIs;
 using Testing::sizesOf;

@@ -100,7 +100,7 @@ TYPED_TEST(RegionIterator, SharesNodesWhollyInsideAndGivesOthersColumnsOfTheirOw
 TYPED_TEST(RegionIterator, FiltersAPositionOnceAndAgainInEveryWalk) {
   const CloudFolder folder;
   const PointCloud cloud = folder.open();
-  const TypeParam shape = shapeAround<TypeParam>({32, 32, 32}, 20);
+  const auto shape = shapeAround<TypeParam>({32, 32, 32}, 20);
   const auto walk = Sorvik::allPointsInside(cloud, shape, 0);
   const Sorvik::PointChunk chunk = *walk;
   ASSERT_GT(chunk.size(), 0U);
@@ -123,7 +123,7 @@ TYPED_TEST(RegionIterator, LeavesCachedNodesUnfiltered) {
 TYPED_TEST(RegionIterator, KeepsACopyOfItsShape) {
   const CloudFolder folder;
   const PointCloud cloud = folder.open();
-  TypeParam shape = shapeAround<TypeParam>({32, 32, 32}, 20);
+  auto shape = shapeAround<TypeParam>({32, 32, 32}, 20);
   const auto walk = Sorvik::allPointsInside(cloud, shape, 0);
   const auto expected = pointsOf(walk);
   shape = shapeAround<TypeParam>({0, 0, 0}, 1);

@@ -113,7 +113,7 @@ TYPED_TEST(ShapeValue, HandsItsStateOverWhenMovedAndCanBeAssignedToAfterwards) {
   EXPECT_EQ(state(second), changed);
   first = second;  // NOLINT(bugprone-use-after-move): this is what a moved-from shape allows
   EXPECT_EQ(state(first), changed);
-  TypeParam third = sample<TypeParam>();
+  auto third = sample<TypeParam>();
   third = std::move(first);
   first = std::move(second);
   EXPECT_EQ(state(third), changed);

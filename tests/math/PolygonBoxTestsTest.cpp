@@ -66,7 +66,7 @@ TEST(PolygonBoxTests, AllowForTheRoundingOfEdgesOfHardlyAnyHeight) {
 TEST(PolygonBoxTests, AnswerForPolygonsOfAThousandVertices) {
   std::vector<float> comb;  // 500 teeth, 1 apart and up to y = 10
   for (int tooth = 0; tooth < 500; ++tooth) {
-    const float x = static_cast<float>(tooth);
+    const auto x = static_cast<float>(tooth);
     comb.insert(comb.end(), {x, 0, x + 0.5F, 10});
   }
   comb.insert(comb.end(), {500, 0, 500, -1, 0, -1});

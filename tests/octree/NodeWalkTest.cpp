@@ -7,7 +7,6 @@
 namespace {
 
 using Octree::OctreeNodeCache;
-using Octree::OctreeNodeId;
 using Octree::Algorithm::NodeWalk;
 using testing::ElementsAre;
 using Testing::nodeId;

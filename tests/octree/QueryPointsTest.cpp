@@ -10,7 +10,6 @@ using Octree::Algorithm::QueryPointsIterator;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Testing::HierarchyRecord;
 using Testing::MapLocation;
 using Testing::messageOf;
 using Testing::openOctree;

@@ -24,8 +24,8 @@ struct Totals {
   std::uint64_t intensities = 0;
   Sums colors{};
   std::map<std::string, std::uint64_t> classes;
-  std::array<double, 3> minimum{INFINITY, INFINITY, INFINITY};  // world coordinates
-  std::array<double, 3> maximum{-INFINITY, -INFINITY, -INFINITY};
+  std::array<double, 3> minimum{HUGE_VAL, HUGE_VAL, HUGE_VAL};  // world coordinates
+  std::array<double, 3> maximum{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
   std::array<long double, 3> sums{};
 };
 

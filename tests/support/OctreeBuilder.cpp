@@ -43,7 +43,7 @@ std::array<std::uint32_t, 3> positionOf(const PointRecords& points, const Conver
 }
 
 Converter::RecordLayout checkedLayout(const PointRecords& points) {
-  const Converter::RecordLayout layout(points.attributes);
+  Converter::RecordLayout layout(points.attributes);
   if (!layout.positionOffset) throw std::invalid_argument("the points have no position");
   if (points.numPoints() > std::numeric_limits<std::uint32_t>::max()) {
     throw std::invalid_argument("more than 2^32 - 1 points");

@@ -35,7 +35,8 @@ std::string storedValue(const StoredPoint& point, std::string_view name) {
   if (name == "NormalX") return littleEndian(point.normal[0]);
   if (name == "NormalY") return littleEndian(point.normal[1]);
   if (name == "NormalZ") return littleEndian(point.normal[2]);
-  return std::string(static_cast<std::size_t>(declaredAttribute(name).size), '\xEE');
+  std::string filler(static_cast<std::size_t>(declaredAttribute(name).size), '\xEE');
+  return filler;
 }
 
 }  // namespace

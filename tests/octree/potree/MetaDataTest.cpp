@@ -10,7 +10,6 @@ namespace {
 using PoTree::MetaData;
 using PoTree::MetaDataUse;
 using testing::HasSubstr;
-using Testing::messageOf;
 using Testing::PotreeFiles;
 using testing::StartsWith;
 
