@@ -1,6 +1,7 @@
 #include "octree/potree/Node.h"
 
 #include <atomic>
+#include <bit>
 #include <memory_resource>
 #include <vector>
 
@@ -116,8 +117,8 @@ std::shared_ptr<Node> parseHierarchyChunk(std::span<const std::byte> chunk, Octr
       continue;
     }
     if (node.id.level() == Octree::OctreeNodeId::kDeepestLevel) node.childMask = 0;
-    for (std::uint8_t i = 0; i < 8; ++i) {
-      if ((node.childMask >> i & 1) == 0) continue;
+    for (unsigned mask = node.childMask; mask != 0; mask &= mask - 1) {
+      const auto i = static_cast<std::uint8_t>(std::countr_zero(mask));
       std::shared_ptr<Node>& child = node.children[i];
       child = maker.make(node.id.child(i), childBox(node.boundingBox, i));
       if (nodes.size() < records) nodes.push_back(child.get());
