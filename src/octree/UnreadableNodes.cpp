@@ -14,6 +14,11 @@ void UnreadableNodes::add(OctreeNodeId id, std::string reason) {
   nodes_.push_back({id, std::move(reason)});
 }
 
+void UnreadableNodes::remove(OctreeNodeId id) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(nodes_, [&](const UnreadableNode& node) { return node.id == id; });
+}
+
 std::vector<UnreadableNode> UnreadableNodes::list() const {
   const std::lock_guard lock(mutex_);
   return {nodes_.begin(), nodes_.end()};

@@ -24,6 +24,8 @@ class UnreadableNodes {
   /// Keeps the first reason of a node that is listed already, which is the cause of later ones; drops the
   /// oldest node of too many.
   void add(OctreeNodeId id, std::string reason);
+  /// For a node that was read after all.
+  void remove(OctreeNodeId id);
   [[nodiscard]] std::vector<UnreadableNode> list() const;
 
  private:

@@ -265,7 +265,10 @@ TEST(FaultSweep, AFailingRequestLeavesAllOtherNodesUnchanged) {
   for (std::size_t n = 3; n < 10; ++n) {
     const auto location = std::make_shared<MapLocation>(threeChunks());
     location->failRequest(n);
-    EXPECT_THAT(story(walkOf(openOctree(location))), oneFault) << n;
+    const auto octree = openOctree(location);
+    const std::string told = story(walkOf(octree));
+    EXPECT_THAT(told, oneFault) << n;
+    EXPECT_EQ(octree->unreadableNodes().empty(), told == "12345") << n;
   }
 }
 

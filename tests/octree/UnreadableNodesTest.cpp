@@ -25,6 +25,15 @@ TEST(UnreadableNodes, KeepsTheFirstReasonOfANode) {
   EXPECT_EQ(nodes.list()[0].reason, "the cause");
 }
 
+TEST(UnreadableNodes, ForgetsANodeThatWasReadAfterAll) {
+  UnreadableNodes nodes;
+  nodes.add(nodeId("7"), "a chunk that came on the second try");
+  nodes.add(nodeId("3"), "damage");
+  nodes.remove(nodeId("7"));
+  ASSERT_EQ(nodes.list().size(), 1U);
+  EXPECT_EQ(nodes.list()[0].id, nodeId("3"));
+}
+
 TEST(UnreadableNodes, ForgetsTheOldestOfTooMany) {
   UnreadableNodes nodes;
   Octree::OctreeNodeId id;

@@ -100,6 +100,7 @@ bool PotreeTree::loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunk
                             "first record of a chunk", "a node", "a proxy");
   }
   result = std::move(first);
+  unreadable_.remove(id);  // in case an earlier try failed
   return true;
 }
 
