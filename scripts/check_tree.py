@@ -35,7 +35,7 @@ BANS = [
     (re.compile(r"-ffast-math|-march=native"), "results would depend on the processor"),
     (re.compile(r"\bstd::(ranges::)?views?::"), "clang 14 refuses the library's pipelines"),
     (re.compile(r"\bstd::async\b|\.detach\(\)"), "threads have an owner that joins them"),
-    (re.compile(r"\b(TODO|FIXME|XXX|HACK)\b"), "unfinished business belongs to the tracker"),
+    (re.compile(r"\b(TO[D]O|FIX[M]E|X[X]X|HA[C]K)\b"), "unfinished business belongs to the tracker"),
     (re.compile(r"\b(thread_local)\b"), "no state with a life of its own"),
 ]
 FILE_STREAMS = re.compile(r"#include <fstream>")
