@@ -11,6 +11,14 @@
 #include "api/WalkedPoints.h"
 #include "api/Walks.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define SORVIK_ADDRESS_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define SORVIK_ADDRESS_SANITIZED
+#endif
+#endif
+
 namespace {
 
 using Sorvik::AllPointsIterator;
@@ -88,6 +96,10 @@ TEST(SharedCloud, GoesWithTheLastOfTheThreadsThatWalkIt) {
 }
 
 TEST(SharedCloud, LetsAForkedChildEndWhileNodesAreLoadedInAdvance) {
+#ifdef SORVIK_ADDRESS_SANITIZED
+  // A child inherits the locks of the sanitizer's allocator as the other threads held them.
+  GTEST_SKIP() << "the address sanitizer's allocator does not survive a fork beside running threads";
+#endif
   const Testing::CloudFolder folder;
   const PointCloud cloud = folder.open();
   Sorvik::AllPointsIterator walk(cloud, 0);
