@@ -114,9 +114,10 @@ void Converter::convert(const std::stop_token& stopToken) {
   const Scans scans = openScans(found.files, stopToken);
 
   Core::FileSystem& files = *engine_.files;
-  const std::unique_ptr<OutputPlace> place =
-      engine_.prepareOutput(files, inputs.output, {options_.overwrite, options_.temporaryFolder});
-  addRemarks(place->remarks());
+  const std::unique_ptr<OutputPlace> place = engine_.prepareOutput(
+      files, inputs.output, {options_.overwrite, options_.temporaryFolder, found.files});
+  const std::vector<std::string> leftovers = place->remarks();
+  addRemarks(leftovers);
   const ConversionFolders folders{place->partial(), place->temporary()};
   checkDiskSpace(spaceNeed(scans, options_.conversion.encoding), folders, files);
 
@@ -125,6 +126,8 @@ void Converter::convert(const std::stop_token& stopToken) {
   addRemarks(std::move(result.remarks));
   if (stopToken.stop_requested()) throw ConversionCancelled();
   place->commit();
+  const std::vector<std::string> afterwards = place->remarks();
+  addRemarks({afterwards.begin() + std::ssize(leftovers), afterwards.end()});
   report_.numPoints = result.numPoints;
   report_.duplicates = result.duplicates;
 }

@@ -10,7 +10,9 @@ class FolderPlace final : public OutputPlace {
  public:
   FolderPlace(Core::FileSystem& files, const std::filesystem::path& output, const OutputPlaceOptions& options)
       : folder_(files, output,
-                OutputOptions{.overwrite = options.overwrite, .temporaryFolder = options.temporaryFolder}) {}
+                OutputOptions{.overwrite = options.overwrite,
+                              .temporaryFolder = options.temporaryFolder,
+                              .inputs = options.inputs}) {}
 
   [[nodiscard]] const std::filesystem::path& partial() const override { return folder_.partial(); }
   [[nodiscard]] const std::filesystem::path& temporary() const override { return folder_.temporary(); }

@@ -26,7 +26,7 @@ class OutputPlace {
   [[nodiscard]] virtual const std::filesystem::path& partial() const = 0;
   /// The folder for temporary files.
   [[nodiscard]] virtual const std::filesystem::path& temporary() const = 0;
-  /// What was found in the output's place and cleaned up, each a sentence.
+  /// What the user should know of earlier conversions' leftovers, each a sentence. commit() may add to them.
   [[nodiscard]] virtual std::vector<std::string> remarks() const = 0;
   /// Makes what was written the output.
   /// @throws ConversionError.
@@ -37,6 +37,7 @@ class OutputPlace {
 struct OutputPlaceOptions {
   bool overwrite = false;  ///< replace an octree that is there
   std::optional<std::filesystem::path> temporaryFolder;
+  std::vector<std::filesystem::path> inputs;  ///< an output that holds one of these is not replaced
 };
 
 /// The parts that a Converter brings together. Every call may throw ConversionError.

@@ -1,13 +1,13 @@
 #include "converter/InputFiles.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "converter/ConversionError.h"
+#include "converter/OutputPaths.h"
 #include "converter/ScanFormats.h"
 
 namespace Converter {
@@ -40,19 +40,6 @@ fs::path canonicalOf(const fs::path& path) {
   return result;
 }
 
-/// Where the output and what is written beside it will be; the output may be a link.
-std::set<fs::path> placesOfOutput(const fs::path& output) {
-  std::set<fs::path> places;
-  fs::path named = fs::absolute(output).lexically_normal();
-  if (!named.has_filename()) named = named.parent_path();
-  std::error_code ignored;  // a folder that cannot be looked into is the output's concern, not the input's
-  for (const fs::path& base : {fs::weakly_canonical(named, ignored),
-                               fs::weakly_canonical(named.parent_path(), ignored) / named.filename()}) {
-    for (const char* const ending : {"", ".partial", ".old"}) places.insert(base.string() + ending);
-  }
-  return places;
-}
-
 std::string listedExtensions() {
   std::string text;
   for (const ScanFormat& format : scanFormats()) {
@@ -65,13 +52,11 @@ std::string listedExtensions() {
 /// Gathers files by their canonical paths.
 class Search {
  public:
-  Search(const fs::path& output, const std::stop_token& stopToken)
-      : placesOfOutput_(placesOfOutput(output)), stopToken_(stopToken) {}
+  Search(const fs::path& output, const std::stop_token& stopToken) : output_(output), stopToken_(stopToken) {}
 
   void add(const fs::path& input) {
     const fs::file_type type = typeOf(input);
     if (type != fs::file_type::directory) return take(input, type);
-    checkOutsideOutput(input, canonicalOf(input));
     folders_.push_back(input);
     while (!folders_.empty()) {
       const fs::path folder = std::move(folders_.back());
@@ -114,7 +99,7 @@ class Search {
     if (stopToken_.stop_requested()) throw ConversionCancelled();
     std::error_code ignored;
     const bool isFolder = fs::is_directory(path, ignored);
-    if (isFolder && placesOfOutput_.count(canonicalOf(path)) == 0) {
+    if (isFolder && !isOutput(path)) {
       folders_.push_back(path);
     } else if (!isFolder && isScanExtension(path.extension().native())) {
       take(path, typeOf(path));
@@ -127,9 +112,7 @@ class Search {
     if (type != fs::file_type::regular) {
       throw ConversionError(Result::InputNotFile, file.string() + ": is neither a file nor a folder");
     }
-    const fs::path whole = canonicalOf(file);
-    checkOutsideOutput(file, whole);
-    const auto [place, isNew] = files_.emplace(whole, file);
+    const auto [place, isNew] = files_.emplace(canonicalOf(file), file);
     if (isNew) return;
     const std::string& first = place->second.native();
     found_.remarks.push_back(first == file.native()
@@ -137,15 +120,9 @@ class Search {
                                  : file.string() + " is the same file as " + first + " and is read once");
   }
 
-  /// An input in the output's place would be lost with the folder that the output replaces.
-  void checkOutsideOutput(const fs::path& input, const fs::path& whole) const {
-    for (const fs::path& place : placesOfOutput_) {
-      if (std::mismatch(place.begin(), place.end(), whole.begin(), whole.end()).first != place.end())
-        continue;
-      throw ConversionError(
-          Result::OutputPathExists,
-          place.string() + ": the output would take the place of the input " + input.string());
-    }
+  [[nodiscard]] bool isOutput(const fs::path& folder) const {
+    const fs::path whole = canonicalOf(folder);
+    return whole == output_.output || whole == output_.partial || whole == output_.old;
   }
 
   [[noreturn]] void failForNoFile() const {
@@ -159,7 +136,7 @@ class Search {
                               listedExtensions());
   }
 
-  const std::set<fs::path> placesOfOutput_;
+  const OutputPaths output_;
   const std::stop_token& stopToken_;
   std::vector<fs::path> folders_;       // still to be searched
   std::set<fs::path> searched_;         // canonical

@@ -29,7 +29,7 @@ struct InputFiles {
 /// @throws ConversionError: InputFileNotFound, InputNotFile, InputCannotRead; InputEmpty when the folders
 /// hold
 ///         no files at all, InputPointCloudFormatUnsupported when they hold none of a known format;
-///         OutputPathExists when an input lies where the output will be.
+///         OutputCannotWrite when the output's path is none.
 /// @throws ConversionCancelled when a stop was requested; looked at for each folder entry.
 [[nodiscard]] InputFiles findInputFiles(const InputChoice& choice, const std::stop_token& stopToken);
 

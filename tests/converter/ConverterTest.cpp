@@ -104,6 +104,7 @@ TEST_F(ConverterJob, HandsItsOptionsOn) {
   EXPECT_EQ(engine.settings.brotliQuality, 9);
   EXPECT_EQ(engine.settings.name, "out");
   EXPECT_TRUE(engine.placeOptions.overwrite);
+  EXPECT_THAT(engine.placeOptions.inputs, ElementsAre(a, b));
   EXPECT_THAT(engine.placeOptions.temporaryFolder, Optional(fs::path("/elsewhere")));
   EXPECT_TRUE(engine.scanOptions.allowTruncated);
   EXPECT_FALSE(engine.scanOptions.allowOutside);
@@ -120,8 +121,9 @@ TEST_F(ConverterJob, CollectsTheRemarksOfEveryStep) {
   Converter::Converter job = converter();
   EXPECT_THAT(job.report().remarks, IsEmpty());
   job.run();
-  EXPECT_THAT(job.report().remarks, ElementsAre(HasSubstr("is the same file"), "odd header", "odd header",
-                                                "the place was cleaned up", "scale raised"));
+  EXPECT_THAT(job.report().remarks,
+              ElementsAre(HasSubstr("is the same file"), "odd header", "odd header",
+                          "the place was cleaned up", "scale raised", "the old octree stays"));
   EXPECT_EQ(job.report().duplicates, 3U);
 }
 

@@ -20,7 +20,10 @@ class FakePlace final : public Converter::OutputPlace {
 
   [[nodiscard]] const fs::path& partial() const override { return folder_; }
   [[nodiscard]] const fs::path& temporary() const override { return folder_; }
-  [[nodiscard]] std::vector<std::string> remarks() const override { return {"the place was cleaned up"}; }
+  [[nodiscard]] std::vector<std::string> remarks() const override {
+    if (engine_.committed) return {"the place was cleaned up", "the old octree stays"};
+    return {"the place was cleaned up"};
+  }
   void commit() override { engine_.committed = true; }
 
  private:

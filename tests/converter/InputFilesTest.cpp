@@ -78,15 +78,6 @@ TEST_F(FindInputFiles, LeavesOutTheOutputAndWhatIsWrittenBesideIt) {
   }
 }
 
-TEST_F(FindInputFiles, RefusesInputsThatTheOutputWouldReplace) {
-  const fs::path scan = add("a.las");
-  expectFailure({{in()}, {}, in()}, Result::OutputPathExists, "take the place of the input");
-  expectFailure({{scan}, {}, in()}, Result::OutputPathExists, "a.las");
-  expectFailure({{}, {scan}, in()}, Result::OutputPathExists, "a.las");
-  const fs::path partial = add("x.partial/b.las");
-  expectFailure({{partial}, {}, in() / "x"}, Result::OutputPathExists, "b.las");
-}
-
 TEST_F(FindInputFiles, FollowsLinksAndEndsInLoopsOfThem) {
   const fs::path scan = add("a.las");
   fs::create_directory_symlink(in(), in() / "loop");
