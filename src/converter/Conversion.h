@@ -32,6 +32,8 @@ struct ConversionSettings {
   unsigned threads = 0;            ///< 0: one a processor
   bool dropDuplicates = false;     ///< keep one of several points that are equal in every byte
   bool strictCrs = false;          ///< refuse inputs of differing coordinate systems
+  /// For tests: take up the work in an order drawn from this.
+  std::optional<std::uint64_t> shuffleSeed;
 };
 
 /// What became of a conversion that succeeded.
