@@ -47,8 +47,8 @@ struct Attribute {
   std::string description;
   AttributeType type = AttributeType::UInt8;
   std::uint32_t numElements = 1;  ///< values a point
-  /// value = stored * scale + offset: one number an element, or empty where stored values are the values. Those
-  /// of "position" give world coordinates.
+  /// value = stored * scale + offset: one number an element, or empty where stored values are the values.
+  /// Those of "position" give world coordinates.
   std::vector<double> scale;
   std::vector<double> offset;
   /// The range that the cloud's writer states, one number an element, or empty: of "position" in world

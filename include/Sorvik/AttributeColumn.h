@@ -27,8 +27,8 @@ template <AttributeValue T>
   return isSigned ? AttributeType::Int64 : AttributeType::UInt64;
 }
 
-/// The values of one attribute of all points of a chunk, as they are stored. A view: the chunk or a copy of it
-/// must outlive it. Threads: const calls are safe together.
+/// The values of one attribute of all points of a chunk, as they are stored. A view: the chunk or a copy of
+/// it must outlive it. Threads: const calls are safe together.
 class AttributeColumn {
  public:
   /// No column, of no points.

@@ -80,8 +80,8 @@ class SORVIK_API PointCloud {
   /// The names of all stored attributes, as stored.
   [[nodiscard]] std::vector<std::string> attributeNames() const;
   /// The attributes that chunks can give by PointChunk::attribute(), whether they were asked for or not: all
-  /// stored ones whose type is known, external ones last. Of several with one name the first makes the column;
-  /// a later one of the same type and number of elements writes over its values.
+  /// stored ones whose type is known, external ones last. Of several with one name the first makes the
+  /// column; a later one of the same type and number of elements writes over its values.
   [[nodiscard]] std::vector<Attribute> attributes() const;
   /// The step between stored coordinates along x, y and z, in world units. Writes three values; the length is
   /// not checked.
