@@ -1,11 +1,10 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "converter/OctreeWriter.h"
 #include "converter/WrittenOctree.h"
+#include "support/FileSizeLimit.h"
 #include "support/SampleData.h"
 #include "support/TempFolder.h"
 
@@ -220,31 +219,11 @@ TEST(OctreeWriter, LeavesNoNodeDataBehindWhenItIsNotFinished) {
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-/// Lets no file grow beyond @p bytes while it lives: writing fails as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, signal_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  void (*signal_)(int);
-  rlimit before_{};
-};
-
 TEST(OctreeWriter, NamesTheFileThatCannotBeWrittenAndIsNotUsedAgain) {
   const TempFolder folder;
   OctreeWriter writer(folder.path(), plainMetaData());
   const std::vector<std::array<std::int32_t, 3>> many(5000);
-  const FileSizeLimit limit(1000);
+  const Testing::FileSizeLimit limit(1000);
   EXPECT_THAT([&] { writer.addNode(nodeId("r"), plainRecords(many)); },
               ThrowsMessage<std::runtime_error>(HasSubstr((folder.path() / "octree.bin").string())));
   EXPECT_THROW(writer.addNode(nodeId("r1"), plainRecords(kThreePoints)), std::logic_error);
@@ -254,7 +233,7 @@ TEST(OctreeWriter, NamesTheFileThatCannotBeWrittenAndIsNotUsedAgain) {
 TEST(OctreeWriter, LeavesNoMetaDataWhenWritingThemFails) {
   const TempFolder folder;
   OctreeWriter writer(folder.path(), plainMetaData());
-  const FileSizeLimit limit(100);
+  const Testing::FileSizeLimit limit(100);
   EXPECT_THAT([&] { writer.finish(); },
               ThrowsMessage<std::runtime_error>(HasSubstr((folder.path() / "metadata.json").string())));
   EXPECT_FALSE(fs::exists(folder.path() / "metadata.json"));
