@@ -44,7 +44,8 @@ struct Splitter {
                    differing.z | (p.z ^ first.z)};
     });
     const bool onePlace = differing == CubePoint{};
-    const auto commonLevels = static_cast<unsigned>(std::countl_zero(differing.x | differing.y | differing.z));
+    const auto commonLevels =
+        static_cast<unsigned>(std::countl_zero(differing.x | differing.y | differing.z));
     const auto deepest = static_cast<unsigned>(Octree::OctreeNodeId::kDeepestLevel);
     Octree::OctreeNodeId node = cell.id;
     for (auto level = static_cast<unsigned>(node.level()); level < std::min(commonLevels, deepest); ++level) {

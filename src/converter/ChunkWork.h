@@ -20,7 +20,7 @@ namespace Converter {
 struct NodeBatch {
   std::size_t firstNode = 0;
   std::size_t endNode = 0;
-  std::vector<EncodedNode> encoded;    // views of the chunk's records or of the scratch strings
+  std::vector<EncodedNode> encoded;  // views of the chunk's records or of the scratch strings
   std::vector<std::string> scratch;
 };
 

@@ -19,18 +19,13 @@
 namespace Converter {
 namespace {
 
-// Constants of the output: the same for every machine, budget and number of threads.
-constexpr std::uint64_t kChunkBytes = 64 << 20U;
-constexpr std::size_t kLeafPoints = 20'000;
-// What a cell of the temporary file should hold: well below a chunk, since the survey only estimates.
-constexpr std::uint64_t kCellBytes = 16 << 20U;
-
 constexpr std::uint64_t kLeastBudget = std::uint64_t{512} << 20U;
 constexpr std::uint64_t kMostDefaultBudget = std::uint64_t{4} << 30U;
 
 WorkOrder workOrder(const ConversionSettings& settings) {
   WorkOrder order;
-  order.threads = settings.threads != 0 ? settings.threads : std::max(1U, std::thread::hardware_concurrency());
+  order.threads =
+      settings.threads != 0 ? settings.threads : std::max(1U, std::thread::hardware_concurrency());
   order.memoryBudget = settings.memoryBudget != 0
                            ? std::max(settings.memoryBudget, kLeastBudget)
                            : std::clamp(Core::usableMemory() / 2, kLeastBudget, kMostDefaultBudget);
@@ -68,7 +63,8 @@ class Conversion {
       bounds_ = measureBounds(scans_, order_, progress_, stopToken_);
       if (stated && holdsAll(*stated) && convert(records, sample, *stated)) return std::move(report_);
     }
-    report_.remarks.emplace_back("The boxes that the inputs state are wrong; the points were measured instead.");
+    report_.remarks.emplace_back(
+        "The boxes that the inputs state are wrong; the points were measured instead.");
     if (!convert(records, sample, tightBox(scans_, bounds_))) {
       throw ConversionError(Result::InputCannotRead, "the inputs changed while they were read");
     }
@@ -76,7 +72,8 @@ class Conversion {
   }
 
  private:
-  [[nodiscard]] OutputGrid gridFor(const Math::NBoundingBox<double, 3>& box, std::vector<std::string>& remarks) const {
+  [[nodiscard]] OutputGrid gridFor(const Math::NBoundingBox<double, 3>& box,
+                                   std::vector<std::string>& remarks) const {
     return chooseGrid(infos_, box, settings_.scale, remarks);
   }
 
@@ -96,7 +93,7 @@ class Conversion {
     std::vector<std::string> remarks;
     const OutputGrid grid = gridFor(box, remarks);
     TempStore store(files_, folders_.temporary / "points.tmp");
-    const CellTree cells = sample.cells(grid, records.stride, kCellBytes);
+    const CellTree cells = sample.cells(grid, records.stride, settings_.tree.cellBytes);
     const std::size_t firstCell = store.addCells(cells.size());
 
     progress_.begin(Stage::Distribute, numPoints_);
@@ -117,11 +114,12 @@ class Conversion {
                                             const OutputGrid& grid, TempStore& store) const {
     std::vector<StoredCell> stored;
     for (std::size_t i = 0; i < cells.size(); ++i) stored.push_back({cells.id(i), firstCell + i, false});
-    stored = splitLargeCells(stored, kChunkBytes, stride, grid, store, stopToken_);
+    stored = splitLargeCells(stored, settings_.tree.chunkBytes, stride, grid, store, stopToken_);
     std::vector<FilledCell> filled;
     filled.reserve(stored.size());
-    for (const StoredCell& cell : stored) filled.push_back({cell.id, store.bytesOf(cell.cell), cell.onePlace});
-    std::vector<Chunk> chunks = cutIntoChunks(filled, kChunkBytes);
+    for (const StoredCell& cell : stored)
+      filled.push_back({cell.id, store.bytesOf(cell.cell), cell.onePlace});
+    std::vector<Chunk> chunks = cutIntoChunks(filled, settings_.tree.chunkBytes);
     for (Chunk& chunk : chunks) {
       for (std::size_t& cell : chunk.cells) cell = stored[cell].cell;
     }
@@ -129,9 +127,11 @@ class Conversion {
   }
 
   [[nodiscard]] PoTree::Encoding encodingFor(const DistributeResult& points) {
-    if (settings_.encoding == PoTree::Encoding::Uncompressed || !points.unreadablePosition) return settings_.encoding;
+    if (settings_.encoding == PoTree::Encoding::Uncompressed || !points.unreadablePosition)
+      return settings_.encoding;
     report_.remarks.emplace_back(
-        "The cloud is stored uncompressed: readers of compressed nodes would lose the high bits of some positions.");
+        "The cloud is stored uncompressed: readers of compressed nodes would lose the high bits of some "
+        "positions.");
     return PoTree::Encoding::Uncompressed;
   }
 
@@ -156,11 +156,20 @@ class Conversion {
 
     const auto encoder =
         makeNodeEncoder(metaData.encoding, RecordLayout(metaData.attributes), settings_.brotliQuality);
-    OctreeWriter writer(files_, folders_.output, metaData, {settings_.brotliQuality, PoTree::MetaDataUse::Main});
-    const std::size_t leafPoints = std::min<std::size_t>(kLeafPoints, kChunkBytes / records.stride);
-    const IndexPlan plan{records, grid, output, *encoder, std::move(chunks), leafPoints, settings_.sampling,
+    OctreeWriter writer(files_, folders_.output, metaData,
+                        {settings_.brotliQuality, PoTree::MetaDataUse::Main});
+    const std::size_t leafPoints =
+        std::min<std::uint64_t>(settings_.tree.leafPoints, settings_.tree.chunkBytes / records.stride);
+    const IndexPlan plan{records,
+                         grid,
+                         output,
+                         *encoder,
+                         std::move(chunks),
+                         leafPoints,
+                         settings_.sampling,
                          settings_.dropDuplicates};
-    const IndexResult result = indexChunks(plan, store, writer, points.statistics, order_, progress_, stopToken_);
+    const IndexResult result =
+        indexChunks(plan, store, writer, points.statistics, order_, progress_, stopToken_);
     report_.numPoints = result.numPoints;
     report_.duplicates = result.duplicates;
 
@@ -193,8 +202,9 @@ class Conversion {
 
 }  // namespace
 
-ConversionReport convertScans(Scans scans, const ConversionSettings& settings, const ConversionFolders& folders,
-                              Core::FileSystem& files, Progress& progress, std::stop_token stopToken) {
+ConversionReport convertScans(Scans scans, const ConversionSettings& settings,
+                              const ConversionFolders& folders, Core::FileSystem& files, Progress& progress,
+                              std::stop_token stopToken) {
   return Conversion(scans, settings, folders, files, progress, std::move(stopToken)).run();
 }
 

@@ -18,8 +18,8 @@ namespace Converter {
 namespace {
 
 /// Takes chunks through their steps on all threads: loading as memory allows, choosing above in the order of
-/// the chunks, selecting, encoding in batches, and writing in the order of the chunks. The foremost chunk that
-/// is not yet written is always let in, so that the wait for memory ends.
+/// the chunks, selecting, encoding in batches, and writing in the order of the chunks. The foremost chunk
+/// that is not yet written is always let in, so that the wait for memory ends.
 class Indexer {
  public:
   Indexer(const IndexPlan& plan, TempStore& store, OctreeWriter& writer, AttributeStatistics& statistics,
@@ -207,7 +207,7 @@ class Indexer {
 
   const IndexPlan& plan_;
   TempStore& store_;
-  OctreeWriter& writer_;  // one thread at a time, by writing_
+  OctreeWriter& writer_;             // one thread at a time, by writing_
   AttributeStatistics& statistics_;  // guarded by mutex_
   const WorkOrder& order_;
   Progress& progress_;

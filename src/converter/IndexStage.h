@@ -24,8 +24,8 @@ struct IndexPlan {
   const OutputGrid& grid;
   const OutputRecords& output;
   const NodeEncoder& encoder;
-  std::vector<Chunk> chunks;         ///< along the Z curve; cells are numbers in the store
-  std::size_t leafPoints = 0;        ///< a node of no more points is a leaf
+  std::vector<Chunk> chunks;   ///< along the Z curve; cells are numbers in the store
+  std::size_t leafPoints = 0;  ///< a node of no more points is a leaf
   Sampling sampling = Sampling::Poisson;
   bool dropDuplicates = false;
 };
@@ -41,7 +41,7 @@ struct IndexResult {
 /// @param progress    advances by twice the number of points.
 /// @throws ConversionError, ConversionCancelled, std::system_error.
 [[nodiscard]] IndexResult indexChunks(const IndexPlan& plan, TempStore& store, OctreeWriter& writer,
-                                      AttributeStatistics& statistics, const WorkOrder& order, Progress& progress,
-                                      std::stop_token stopToken);
+                                      AttributeStatistics& statistics, const WorkOrder& order,
+                                      Progress& progress, std::stop_token stopToken);
 
 }  // namespace Converter

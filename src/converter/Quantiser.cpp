@@ -57,7 +57,8 @@ bool ScanBounds::fits(const std::optional<ScanInfo::Grid>& scanGrid, const Outpu
   BlockCoordinates corners;
   if (!stored_.empty()) {
     for (const auto& corner : {stored_.minimum, stored_.maximum}) {
-      for (const std::int64_t value : corner.coordinates) corners.stored.push_back(static_cast<std::int32_t>(value));
+      for (const std::int64_t value : corner.coordinates)
+        corners.stored.push_back(static_cast<std::int32_t>(value));
     }
   } else if (!floats_.empty()) {
     for (const auto& corner : {floats_.minimum, floats_.maximum}) {

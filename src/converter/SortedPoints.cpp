@@ -73,12 +73,6 @@ void sortEntries(Entries& entries, const RawBytes& records, std::size_t stride, 
 
 }  // namespace
 
-StoredPosition positionOf(const std::byte* record) {
-  StoredPosition position;
-  std::memcpy(position.data(), record, sizeof position);
-  return position;
-}
-
 SortedPoints::SortedPoints(RawBytes records, std::size_t stride, const OutputGrid& grid, unsigned level)
     : stride_(stride), grid_(grid) {
   Entries entries(records.size() / stride);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <vector>
 
@@ -15,7 +16,11 @@ namespace Converter {
 using RawBytes = std::vector<std::byte, Math::UninitialisedAllocator<std::byte>>;
 
 /// The stored position at the beginning of a record.
-[[nodiscard]] StoredPosition positionOf(const std::byte* record);
+[[nodiscard]] inline StoredPosition positionOf(const std::byte* record) {
+  StoredPosition position;
+  std::memcpy(position.data(), record, sizeof position);
+  return position;
+}
 
 /// Records of one octree node, ordered along the Z curve, those of one place by their bytes.
 class SortedPoints {

@@ -28,12 +28,16 @@ class SpacingGrid {
     std::uint32_t next;  // of the same cell: its number + 1; 0: none
   };
 
+  [[nodiscard]] unsigned occupied(std::uint32_t row, std::uint32_t x) const;
   [[nodiscard]] bool isFree(const CubePoint& p, std::uint32_t cell) const;
 
   unsigned level_ = 0;
   std::uint64_t leastDistanceSquared_ = 0;
+  // Cells have the spacing's size. Most are empty, so a bit for each tells which ones to look into; rows
+  // have a margin of one cell on every side, which is always empty.
+  std::vector<std::uint8_t> occupied_;
   std::vector<std::uint32_t>
-      heads_;  // by cell of the spacing's size: the number + 1 of its last point; 0: none
+      heads_;  // by cell: the number + 1 of its last point; of no meaning for empty ones
   std::vector<Taken> taken_;
 };
 

@@ -54,7 +54,8 @@ Math::NBoundingBox<double, 3> tightBox(Scans scans, const std::vector<ScanBounds
     box.expand(ofScan.maximum);
   }
   if (box.empty()) throw ConversionError(Result::InputEmpty, "the input holds no points");
-  if (!isFinite(box)) throw ConversionError(Result::InputDegeneratedBBox, "the box of all points is not finite");
+  if (!isFinite(box))
+    throw ConversionError(Result::InputDegeneratedBBox, "the box of all points is not finite");
   return box;
 }
 
@@ -95,7 +96,8 @@ CellTree Sample::cells(const OutputGrid& grid, std::size_t stride, std::uint64_t
     StoredPosition stored{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
       const double steps = (point[static_cast<int>(axis)] - grid.offset()[axis]) / grid.scale()[axis];
-      stored[axis] = static_cast<std::uint32_t>(std::clamp(steps, 0.0, static_cast<double>(grid.steps()[axis] - 1)));
+      stored[axis] =
+          static_cast<std::uint32_t>(std::clamp(steps, 0.0, static_cast<double>(grid.steps()[axis] - 1)));
     }
     places.push_back(grid.cubePoint(stored));
   }

@@ -18,9 +18,10 @@ namespace Converter {
 /// The union of the boxes that scans with points state; nothing when it is not finite.
 [[nodiscard]] std::optional<Math::NBoundingBox<double, 3>> statedBox(Scans scans);
 
-/// Whether the octree's cube may come from the stated box: it is at most twice as long as the tight one on its
-/// longest axis.
-[[nodiscard]] bool isCloseTo(const Math::NBoundingBox<double, 3>& stated, const Math::NBoundingBox<double, 3>& tight);
+/// Whether the octree's cube may come from the stated box: it is at most twice as long as the tight one on
+/// its longest axis.
+[[nodiscard]] bool isCloseTo(const Math::NBoundingBox<double, 3>& stated,
+                             const Math::NBoundingBox<double, 3>& tight);
 
 /// The box of all points in world coordinates.
 /// @throws ConversionError: InputEmpty when there is no point, InputDegeneratedBBox when it is not finite.

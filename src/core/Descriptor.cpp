@@ -51,6 +51,11 @@ std::uint64_t Descriptor::size() const {
   return static_cast<std::uint64_t>(statusOf(descriptor_, path_).st_size);
 }
 
+std::int64_t Descriptor::modificationTime() const {
+  const struct stat status = statusOf(descriptor_, path_);
+  return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+}
+
 void Descriptor::requireRange(std::uint64_t offset, std::uint64_t size) const {
   const std::uint64_t fileSize = this->size();
   if (offset > fileSize || size > fileSize - offset) {

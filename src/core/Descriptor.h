@@ -27,6 +27,8 @@ class Descriptor {
   void requireRegularFile() const;
   /// The size now, in bytes.
   [[nodiscard]] std::uint64_t size() const;
+  /// In nanoseconds since 1970.
+  [[nodiscard]] std::int64_t modificationTime() const;
 
   /// @throws FormatError naming path, range and size when @p size bytes from @p offset on leave the file.
   void requireRange(std::uint64_t offset, std::uint64_t size) const;

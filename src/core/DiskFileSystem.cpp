@@ -27,6 +27,7 @@ class NewFile final : public WritableFile {
   NewFile& operator=(const NewFile&) = delete;
 
   [[nodiscard]] std::uint64_t size() const override { return descriptor_.size(); }
+  [[nodiscard]] std::int64_t modificationTime() const override { return descriptor_.modificationTime(); }
 
   void read(std::uint64_t offset, std::span<std::byte> out) const override {
     descriptor_.requireRange(offset, out.size());

@@ -19,6 +19,7 @@ class File final : public ReadableFile {
   explicit File(const std::filesystem::path& path);
 
   [[nodiscard]] std::uint64_t size() const override { return descriptor_.size(); }
+  [[nodiscard]] std::int64_t modificationTime() const override { return descriptor_.modificationTime(); }
   void read(std::uint64_t offset, std::span<std::byte> out) const override;
 
   /// Reads @p size bytes at @p offset. Allocates only after the range was found to lie inside the file.

@@ -15,6 +15,7 @@ class FaultyReadableFile final : public Core::ReadableFile {
       : files_(files), path_(std::move(path)), inner_(std::move(inner)) {}
 
   [[nodiscard]] std::uint64_t size() const override { return inner_->size(); }
+  [[nodiscard]] std::int64_t modificationTime() const override { return inner_->modificationTime(); }
   void read(std::uint64_t offset, std::span<std::byte> out) const override {
     files_.ask(FileCall::Read, path_);
     inner_->read(offset, out);
@@ -33,6 +34,7 @@ class FaultyWritableFile final : public Core::WritableFile {
       : files_(files), path_(std::move(path)), inner_(std::move(inner)) {}
 
   [[nodiscard]] std::uint64_t size() const override { return inner_->size(); }
+  [[nodiscard]] std::int64_t modificationTime() const override { return inner_->modificationTime(); }
   void read(std::uint64_t offset, std::span<std::byte> out) const override {
     files_.ask(FileCall::Read, path_);
     inner_->read(offset, out);
