@@ -8,6 +8,7 @@
 #include "converter/CellSplitter.h"
 #include "converter/ConversionError.h"
 #include "converter/Distribute.h"
+#include "converter/FileRole.h"
 #include "converter/IndexStage.h"
 #include "converter/NodeEncoder.h"
 #include "converter/OctreeWriter.h"
@@ -156,8 +157,9 @@ class Conversion {
 
     const auto encoder =
         makeNodeEncoder(metaData.encoding, RecordLayout(metaData.attributes), settings_.brotliQuality);
-    OctreeWriter writer(files_, folders_.output, metaData,
-                        {settings_.brotliQuality, PoTree::MetaDataUse::Main});
+    const OctreeWriterOptions writing{settings_.brotliQuality, PoTree::MetaDataUse::Main};
+    OctreeWriter writer =
+        withRole(FileRole::Output, [&] { return OctreeWriter(files_, folders_.output, metaData, writing); });
     const std::size_t leafPoints =
         std::min<std::uint64_t>(settings_.tree.leafPoints, settings_.tree.chunkBytes / records.stride);
     const IndexPlan plan{records,
@@ -183,7 +185,7 @@ class Conversion {
       }
     }
     throwIfStopped(stopToken_);
-    writer.finish(metaData);
+    withRole(FileRole::Output, [&] { writer.finish(metaData); });
     progress_.advance(1);
   }
 

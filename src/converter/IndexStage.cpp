@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "converter/ChunkWork.h"
+#include "converter/FileRole.h"
 #include "converter/UpperTree.h"
 #include "converter/WorkerThreads.h"
 
@@ -201,7 +202,7 @@ class Indexer {
         progress_.advance(nodes[i].numPoints);
       }
     });
-    writer_.addEncoded(encoded);
+    withRole(FileRole::Output, [&] { writer_.addEncoded(encoded); });
     for (const UpperTree::Node& node : nodes) result_.numPoints += node.numPoints;
   }
 

@@ -39,7 +39,7 @@ struct IndexResult {
 /// first, then the nodes above them, the root last. The chunks' points leave the store.
 /// @param statistics  gets dropped duplicates taken out.
 /// @param progress    advances by twice the number of points.
-/// @throws ConversionError, ConversionCancelled, std::system_error.
+/// @throws ConversionError, ConversionCancelled.
 [[nodiscard]] IndexResult indexChunks(const IndexPlan& plan, TempStore& store, OctreeWriter& writer,
                                       AttributeStatistics& statistics, const WorkOrder& order,
                                       Progress& progress, std::stop_token stopToken);
