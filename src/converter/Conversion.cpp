@@ -105,7 +105,6 @@ class Conversion {
     if (points.outsideGrid) return false;
     if (points.numPoints == 0) throw ConversionError(Result::InputEmpty, "the input holds no points");
 
-    progress_.begin(Stage::Index, 2 * points.numPoints);
     report_.remarks.insert(report_.remarks.end(), remarks.begin(), remarks.end());
     write(records, grid, chunksOf(cells, firstCell, records.stride, grid, store), points, store);
     return true;
@@ -169,7 +168,9 @@ class Conversion {
                          std::move(chunks),
                          leafPoints,
                          settings_.sampling,
-                         settings_.dropDuplicates};
+                         settings_.dropDuplicates,
+                         IndexShares::of(metaData.encoding)};
+    progress_.begin(Stage::Index, points.numPoints * plan.shares.sum());
     const IndexResult result =
         indexChunks(plan, store, writer, points.statistics, order_, progress_, stopToken_);
     report_.numPoints = result.numPoints;
