@@ -60,8 +60,11 @@ std::vector<Node> encodedNodes(const Testing::PointRecords& survey, const std::v
   const auto encoder = Converter::makeNodeEncoder(encoding, Converter::RecordLayout(survey.attributes), 6);
   std::vector<Node> nodes;
   const std::size_t size = kPointsPerNode * survey.stride();
-  for (std::size_t i = 0; i < kNodes; ++i)
-    nodes.push_back(encoder->encode(std::span(sorted).subspan(i * size, size)));
+  for (std::size_t i = 0; i < kNodes; ++i) {
+    std::string scratch;
+    const auto bytes = encoder->encode(std::span(sorted).subspan(i * size, size), scratch);
+    nodes.emplace_back(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  }
   return nodes;
 }
 

@@ -34,6 +34,7 @@ constexpr const char* kPointsHelp =
 struct PointsTexts {
   std::vector<std::string> shapes;  // one for each of shapeOptions(); the parser knows which were given
   std::string minSpacing;
+  std::string attributes;
   std::string file;
 };
 
@@ -55,6 +56,10 @@ void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
       ->add_option("--min-spacing", texts.minSpacing,
                    "Leave out levels of detail finer than this distance between points, in the cloud's unit")
       ->type_name("S");
+  points
+      ->add_option("--attributes", texts.attributes,
+                   "What to write beside the positions, by the names that 'sorvik info' prints")
+      ->type_name("NAME,...");
   points
       ->add_option("-o,--output", texts.file,
                    "Write the points to a .csv or .ply file, not to standard output")
@@ -85,6 +90,7 @@ void readTexts(const CLI::App& points, const PointsTexts& texts, PointsOptions& 
     options.minSpacing = static_cast<float>(parseNumber("--min-spacing", texts.minSpacing));
     if (options.minSpacing < 0) throw CallError("--min-spacing: the spacing is negative");
   }
+  if (points.count("--attributes") != 0) options.attributes = parseAttributeNames(texts.attributes);
   if (points.count("-o") != 0) options.file = parsePointFile(texts.file);
 }
 

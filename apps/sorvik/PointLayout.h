@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <vector>
 
 #include "Sorvik/PointCloud.h"
 
@@ -9,7 +10,8 @@ namespace Program {
 /// The frame of the coordinates that the user gives and gets.
 enum class Frame { World, Octree };
 
-/// What is written of each point of a cloud: the coordinates and the columns that the cloud stores.
+/// What is written of each point of a cloud: the coordinates, the columns that the cloud stores, and further
+/// attributes.
 struct PointLayout {
   std::array<double, 3> origin{};  ///< the octree frame's origin in the frame that is written
   std::array<double, 3> scale{};   ///< the step between stored coordinates
@@ -17,11 +19,13 @@ struct PointLayout {
   bool intensities = false;
   bool classification = false;
   bool normals = false;
+  std::vector<Sorvik::Attribute> further;  ///< by their own names, in their stored types
 };
 
 /// The octree frame's origin in @p frame: zero for itself, the reference position in the world.
 [[nodiscard]] std::array<double, 3> originIn(Frame frame, const Sorvik::PointCloud& cloud);
 
+/// Of all standard columns that the cloud stores, without further attributes.
 [[nodiscard]] PointLayout layoutOf(const Sorvik::PointCloud& cloud, Frame frame);
 
 }  // namespace Program

@@ -20,12 +20,22 @@ namespace {
 constexpr std::size_t kReasonsShown = 5;
 constexpr std::size_t kMostListed = 1000;  // what a cloud remembers; there may have been more
 
+/// Whether points are written, not only counted.
+bool writesPoints(const PointsOptions& options) { return options.file || (!options.count && !options.json); }
+
+Sorvik::PointCloud openCloud(const PointsOptions& options) {
+  Sorvik::PointCloudOptions how;
+  if (writesPoints(options)) {
+    how.allAttributes = !options.attributes;
+    how.attributes = options.attributes.value_or(std::vector<std::string>());
+  }
+  return {parseLocation(options.location), how};
+}
+
 std::unique_ptr<PointSink> makeSink(const PointsOptions& options, const PointLayout& layout, OutputFile* file,
                                     Output& results) {
-  if (file == nullptr) {
-    const bool wanted = !options.count && !options.json;
-    return wanted ? std::make_unique<CsvWriter>(layout, results) : nullptr;
-  }
+  if (!writesPoints(options)) return nullptr;
+  if (file == nullptr) return std::make_unique<CsvWriter>(layout, results);
   if (options.file->format == PointFileFormat::Ply) return std::make_unique<PlyWriter>(layout, *file);
   return std::make_unique<CsvWriter>(layout, file->output());
 }
@@ -62,8 +72,8 @@ PointFile parsePointFile(const std::string& path) {
 }
 
 ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
-  const Sorvik::PointCloud cloud(parseLocation(options.location));
-  const PointLayout layout = layoutOf(cloud, options.frame);
+  const Sorvik::PointCloud cloud = openCloud(options);
+  const PointLayout layout = layoutOf(cloud, options.frame, options.attributes);
   std::optional<OutputFile> file;
   if (options.file) file.emplace(options.file->path, streams.interrupt);
   const auto sink = makeSink(options, layout, file ? &*file : nullptr, streams.results);

@@ -6,6 +6,7 @@
 
 #include "sorvik/ExitStatus.h"
 #include "sorvik/Output.h"
+#include "sorvik/PointAttributes.h"
 #include "sorvik/PointLayout.h"
 #include "sorvik/ShapeArguments.h"
 
@@ -29,6 +30,7 @@ struct PointsOptions {
   std::string location;                ///< as given
   std::optional<ShapeArgument> shape;  ///< in `frame`; none: all points
   float minSpacing = 0;                ///< in cloud units
+  AttributeNames attributes;           ///< what is written beside the positions
   std::optional<PointFile> file;
   Frame frame = Frame::World;  ///< of the shape, of what is printed and of what is written
   bool count = false;          ///< print how many points there are

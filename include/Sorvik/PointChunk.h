@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
+#include "Sorvik/AttributeColumn.h"
 #include "Sorvik/Color.h"
 #include "Sorvik/Export.h"
 #include "Sorvik/Span.h"
@@ -46,6 +48,12 @@ class SORVIK_API PointChunk {
   [[nodiscard]] Span<const unsigned char> colors() const;
   [[nodiscard]] Span<const unsigned short> intensities() const;
   [[nodiscard]] Span<const unsigned char> classIndices() const;
+
+  /// The column of one of the attributes that the cloud was opened for (PointCloudOptions), as stored: "rgb"
+  /// and "position" are the stored integers, "intensity" and "classification" those of the columns above.
+  /// Points for which an external attribute octree holds no value have zeros. No column when the cloud does
+  /// not store the attribute, or when it was not asked for; nor in the chunk of a node that cannot be read.
+  [[nodiscard]] AttributeColumn attribute(std::string_view name) const;
 
  private:
   friend struct EngineAccess;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Sorvik/Attribute.h"
 #include "Sorvik/BoundingBox.h"
 #include "Sorvik/Export.h"
 #include "Sorvik/Location.h"
@@ -16,6 +17,16 @@ namespace Sorvik {
 struct UnreadableNode {
   std::string node;    ///< its place in the octree: "r", and the child index of each step down, as in "r042"
   std::string reason;  ///< file or URL, byte, what was expected and what was found
+};
+
+/// How a cloud is opened.
+struct PointCloudOptions {
+  /// The attributes, by their stored names, that chunks have beside their standard columns, for
+  /// PointChunk::attribute(). Each takes time and cache memory for every point that is read. Names that the
+  /// cloud does not store are left out.
+  std::vector<std::string> attributes{};
+  /// All of PointCloud::attributes(), whether named above or not.
+  bool allAttributes = false;
 };
 
 /// An opened point cloud. Iterators walk its points; this class tells its facts.
@@ -31,6 +42,8 @@ class SORVIK_API PointCloud {
   /// Opens the cloud: reads its metadata and the first part of its hierarchy.
   /// @throws std::runtime_error naming path or URL and the reason when it cannot be opened.
   explicit PointCloud(const Location& location);
+  /// As above; also refused when the attributes asked for take more than 4,096 bytes a point.
+  PointCloud(const Location& location, const PointCloudOptions& options);
   PointCloud(const PointCloud& other);
   PointCloud(PointCloud&& other) noexcept;
   PointCloud& operator=(const PointCloud& other);
@@ -66,6 +79,10 @@ class SORVIK_API PointCloud {
   [[nodiscard]] std::string formatName() const;
   /// The names of all stored attributes, as stored.
   [[nodiscard]] std::vector<std::string> attributeNames() const;
+  /// The attributes that chunks can give by PointChunk::attribute(), whether they were asked for or not: all
+  /// stored ones whose type is known, external ones last. Of several with one name the first makes the
+  /// column; a later one of the same type and number of elements writes over its values.
+  [[nodiscard]] std::vector<Attribute> attributes() const;
   /// The step between stored coordinates along x, y and z, in world units. Writes three values; the length is
   /// not checked.
   void getScale(Span<double> scale) const;

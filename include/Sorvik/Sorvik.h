@@ -6,6 +6,8 @@
 /// wrong one is a std::invalid_argument, thrown before anything is changed. All coordinates are single
 /// precision.
 
+#include "Sorvik/Attribute.h"
+#include "Sorvik/AttributeColumn.h"
 #include "Sorvik/BoundingBox.h"
 #include "Sorvik/BoundingRectangle.h"
 #include "Sorvik/Circle.h"

@@ -1,7 +1,9 @@
 #include "Sorvik/PointChunk.h"
 
 #include <algorithm>
+#include <optional>
 
+#include "api/AttributeTypes.h"
 #include "api/EngineAccess.h"
 #include "octree/OctreeNodeCache.h"
 
@@ -68,6 +70,15 @@ Span<const unsigned short> PointChunk::intensities() const {
 Span<const unsigned char> PointChunk::classIndices() const {
   if (!impl_->entry) return {};
   return impl_->points().classIndices();
+}
+
+AttributeColumn PointChunk::attribute(std::string_view name) const {
+  if (!impl_->entry) return {};
+  const ::Math::ExtraColumns& extras = impl_->points().extras();
+  const std::optional<std::size_t> column = extras.find(name);
+  if (!column) return {};
+  const ::Math::Attribute& attribute = extras.attributes()[*column];
+  return {toPublic(attribute.type), attribute.numElements, extras.bytes(*column)};
 }
 
 PointChunk EngineAccess::chunk(const std::shared_ptr<::Octree::OctreeNodeCache::CacheEntry>& entry) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "api/AttributeTypes.h"
 #include "api/EngineAccess.h"
 #include "octree/Octree.h"
 #include "octree/OctreeNodeCache.h"
@@ -20,9 +21,11 @@ struct PointCloud::Impl {
   std::shared_ptr<::Octree::OctreeNodeCache> cache;  // goes first
 };
 
-PointCloud::PointCloud(const Location& location) {
+PointCloud::PointCloud(const Location& location) : PointCloud(location, PointCloudOptions()) {}
+PointCloud::PointCloud(const Location& location, const PointCloudOptions& options) {
+  const ::Octree::WantedAttributes wanted{options.attributes, options.allAttributes};
   auto cache = std::make_shared<::Octree::OctreeNodeCache>(kNodeCacheCapacity);
-  auto octree = std::make_shared<::Octree::Octree>(EngineAccess::engine(location), kPositionFactor);
+  auto octree = std::make_shared<::Octree::Octree>(EngineAccess::engine(location), kPositionFactor, wanted);
   impl_ = std::make_unique<Impl>(Impl{std::move(octree), std::move(cache)});
 }
 PointCloud::PointCloud(const PointCloud& other)
@@ -66,6 +69,16 @@ std::vector<std::uint64_t> PointCloud::classHistogram() const { return impl_->oc
 std::string PointCloud::formatName() const { return std::string(impl_->octree->formatName()); }
 
 std::vector<std::string> PointCloud::attributeNames() const { return impl_->octree->attributeNames(); }
+
+std::vector<Attribute> PointCloud::attributes() const {
+  std::vector<Attribute> attributes;
+  for (const ::Octree::StoredAttribute& stored : impl_->octree->storedAttributes()) {
+    const ::Math::Attribute& attribute = stored.attribute;
+    attributes.push_back({attribute.name, attribute.description, toPublic(attribute.type),
+                          attribute.numElements, attribute.scale, attribute.offset, stored.min, stored.max});
+  }
+  return attributes;
+}
 
 void PointCloud::getScale(Span<double> scale) const {
   const std::array<double, 3> values = impl_->octree->scale();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -21,6 +22,17 @@ enum class Sampling {
   Random    ///< one point per cell of the spacing
 };
 
+/// What decides on the tree and on the order of its file: the same for all machines, budgets and threads.
+/// Tests make them small.
+struct TreeConstants {
+  std::size_t leafPoints = 20'000;  ///< a node of no more points is a leaf
+  /// The most bytes of records that are indexed at once. Orders the file; the tree does not depend on it.
+  std::uint64_t chunkBytes = std::uint64_t{64} << 20U;
+  /// What a cell of the temporary file should hold: well below a chunk, since the survey only estimates.
+  /// The output does not depend on it.
+  std::uint64_t cellBytes = std::uint64_t{16} << 20U;
+};
+
 /// How to convert; the defaults are those of the program.
 struct ConversionSettings {
   std::string name;  ///< of the cloud, for the metadata
@@ -32,6 +44,9 @@ struct ConversionSettings {
   unsigned threads = 0;            ///< 0: one a processor
   bool dropDuplicates = false;     ///< keep one of several points that are equal in every byte
   bool strictCrs = false;          ///< refuse inputs of differing coordinate systems
+  TreeConstants tree;
+  /// For tests: take up the work in an order drawn from this.
+  std::optional<std::uint64_t> shuffleSeed;
 };
 
 /// What became of a conversion that succeeded.

@@ -62,9 +62,24 @@ void checkBoundsAndHistogram(const PoTree::Attribute& attribute) {
   }
 }
 
+void checkScaling(const PoTree::Attribute& attribute) {
+  const auto isFinite = [](double value) { return std::isfinite(value); };
+  for (const std::vector<double>* numbers : {&attribute.scale, &attribute.offset}) {
+    if (numbers->empty()) continue;
+    if (numbers->size() != static_cast<std::size_t>(attribute.numElements) ||
+        !std::all_of(numbers->begin(), numbers->end(), isFinite)) {
+      refuse(attribute.name, "scale and offset need a finite number an element");
+    }
+  }
+  if (std::count(attribute.scale.begin(), attribute.scale.end(), 0.0) != 0) {
+    refuse(attribute.name, "a scale must not be 0");
+  }
+}
+
 void checkAttribute(const PoTree::Attribute& attribute) {
   checkSizes(attribute);
   checkBoundsAndHistogram(attribute);
+  checkScaling(attribute);
   if (attribute.name == "position" && (attribute.type != "int32" || attribute.numElements != 3)) {
     refuse(attribute.name, "must be three int32");
   }

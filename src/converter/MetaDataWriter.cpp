@@ -67,7 +67,10 @@ Bounds viewerBounds(const PoTree::Attribute& attribute) {
 }
 
 std::string attributeText(const PoTree::Attribute& attribute) {
-  const auto elements = static_cast<std::size_t>(attribute.numElements);
+  const auto numbersOr = [&](const std::vector<double>& values, double fallback) {
+    const auto elements = static_cast<std::size_t>(attribute.numElements);
+    return numbers(values.empty() ? std::vector<double>(elements, fallback) : values);
+  };
   const Bounds bounds = viewerBounds(attribute);
   std::string text = "    {\n      \"name\": " + jsonString(attribute.name);
   const auto add = [&](std::string_view key, const std::string& value) {
@@ -85,8 +88,8 @@ std::string attributeText(const PoTree::Attribute& attribute) {
     add("histogram",
         list<std::uint64_t>(attribute.histogram, [](std::uint64_t count) { return std::to_string(count); }));
   }
-  add("scale", numbers(std::vector<double>(elements, 1.0)));
-  add("offset", numbers(std::vector<double>(elements, 0.0)));
+  add("scale", numbersOr(attribute.scale, 1));
+  add("offset", numbersOr(attribute.offset, 0));
   return text + "\n    }";
 }
 
@@ -98,7 +101,7 @@ std::string metaDataText(const PoTree::MetaData& metaData, std::uint64_t hierarc
     text.append(",\n  \"").append(key).append("\": ").append(value);
   };
   add("name", jsonString(metaData.name));
-  add("description", jsonString(""));
+  add("description", jsonString(metaData.description));
   add("points", std::to_string(metaData.points));
   add("projection", jsonString(metaData.projection));
   add("hierarchy", "{\"firstChunkSize\": " + std::to_string(metaData.firstChunkSize) +

@@ -40,9 +40,10 @@ std::vector<OrderedPoint> orderedPoints(std::span<const std::byte> records, cons
     if (layout.positionOffset) points[i].code = codeAt(points[i].record + *layout.positionOffset);
   }
   // Records of equal codes are in their old order when they are ordered by address.
-  std::sort(points.begin(), points.end(), [](const OrderedPoint& a, const OrderedPoint& b) {
+  const auto before = [](const OrderedPoint& a, const OrderedPoint& b) {
     return a.code != b.code ? a.code < b.code : std::less<>()(a.record, b.record);
-  });
+  };
+  if (!std::is_sorted(points.begin(), points.end(), before)) std::sort(points.begin(), points.end(), before);
   return points;
 }
 
@@ -72,8 +73,9 @@ std::byte* storeColumn(std::byte* out, const RecordColumn& column, const std::ve
 
 class UncompressedEncoder final : public NodeEncoder {
  public:
-  [[nodiscard]] std::string encode(std::span<const std::byte> records) const override {
-    return {reinterpret_cast<const char*>(records.data()), records.size()};
+  [[nodiscard]] std::span<const std::byte> encode(std::span<const std::byte> records,
+                                                  std::string& /*scratch*/) const override {
+    return records;
   }
 };
 
@@ -81,8 +83,11 @@ class BrotliEncoder final : public NodeEncoder {
  public:
   BrotliEncoder(RecordLayout layout, int quality) : layout_(std::move(layout)), quality_(quality) {}
 
-  [[nodiscard]] std::string encode(std::span<const std::byte> records) const override {
-    return records.empty() ? std::string() : Core::brotliEncode(attributeBlocks(records, layout_), quality_);
+  [[nodiscard]] std::span<const std::byte> encode(std::span<const std::byte> records,
+                                                  std::string& scratch) const override {
+    if (records.empty()) return {};
+    scratch = Core::brotliEncode(attributeBlocks(records, layout_), quality_);
+    return std::as_bytes(std::span(scratch));
   }
 
  private:

@@ -18,9 +18,11 @@ class NodeEncoder {
   virtual ~NodeEncoder() = default;
 
   /// @param records  whole interleaved point records.
-  /// @return the bytes of the node; none for no records.
+  /// @param scratch  where the bytes are put unless they are the records themselves; what it held is lost.
+  /// @return the bytes of the node, a view of @p records or of @p scratch; none for no records.
   /// @throws std::invalid_argument when a point cannot be stored so that readers find it.
-  [[nodiscard]] virtual std::string encode(std::span<const std::byte> records) const = 0;
+  [[nodiscard]] virtual std::span<const std::byte> encode(std::span<const std::byte> records,
+                                                          std::string& scratch) const = 0;
 };
 
 /// @param brotliQuality  0 to 11 (not checked); of no meaning to uncompressed data.

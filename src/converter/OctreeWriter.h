@@ -5,13 +5,13 @@
 #include <filesystem>
 #include <memory>
 #include <span>
-#include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "converter/HierarchyWriter.h"
 #include "converter/NodeEncoder.h"
-#include "converter/OutputFile.h"
 #include "converter/RecordLayout.h"
+#include "core/FileSystem.h"
 #include "octree/OctreeNodeId.h"
 #include "octree/potree/MetaData.h"
 
@@ -30,6 +30,13 @@ struct NodeRecords {
   std::span<const std::byte> records;
 };
 
+/// A node that was encoded (NodeEncoder) with the encoding and layout of its octree. Views the bytes.
+struct EncodedNode {
+  Octree::OctreeNodeId id;
+  std::uint32_t numPoints = 0;
+  std::span<const std::byte> bytes;
+};
+
 /// Writes an octree of version 2.0 that stock viewers open: nodes in, metadata.json, hierarchy.bin and
 /// octree.bin out. Nodes may come in any order; ancestors that are missing at the end are made without
 /// points, and nodes without points lead to nodes with points or are left out.
@@ -41,11 +48,12 @@ struct NodeRecords {
 class OctreeWriter {
  public:
   /// Creates @p folder, parents included, and octree.bin in it.
+  /// @param files     must outlive the writer.
   /// @param metaData  what finish() writes, except for version, points, firstChunkSize and the hierarchy's
   ///                  depth, which the writer knows itself. Minima, maxima and histograms are the caller's.
   /// @throws std::invalid_argument for metadata that checkWritable() refuses or a quality out of range;
   ///         std::runtime_error naming the path when one of the three files exists or cannot be made.
-  OctreeWriter(const std::filesystem::path& folder, PoTree::MetaData metaData,
+  OctreeWriter(Core::FileSystem& files, const std::filesystem::path& folder, PoTree::MetaData metaData,
                const OctreeWriterOptions& options = {});
 
   /// Adds one node.
@@ -60,21 +68,38 @@ class OctreeWriter {
   ///         writing fails.
   void addNodes(std::span<const NodeRecords> nodes);
 
+  /// Adds nodes that were encoded elsewhere, in the given order. Nodes whose bytes follow each other in
+  /// memory are written in one call.
+  /// @throws std::invalid_argument, and nothing was added, for an id that is below level 21 or was added
+  ///         before, more than 2^31 - 1 points, and bytes without points or points without bytes; otherwise
+  ///         as addNodes().
+  void addEncoded(std::span<const EncodedNode> nodes);
+
   /// Writes hierarchy and metadata. Nothing can be added any more.
   /// @throws std::logic_error when called again or after a failed write; std::runtime_error naming the path
   ///         when writing fails.
   void finish();
 
+  /// The same with @p metaData, whose ranges and histograms are known by now, in place of the constructor's.
+  /// @throws also std::invalid_argument, and nothing was written, for metadata that checkWritable() refuses
+  /// or
+  ///         whose encoding or record size is another than the constructor's.
+  void finish(PoTree::MetaData metaData);
+
  private:
   void checkUsable() const;
-  void check(std::span<const NodeRecords> nodes) const;
+  void checkNew(std::span<const EncodedNode> nodes) const;
+  void append(std::span<const EncodedNode> nodes);
+  void writeFile(const char* name, std::string_view bytes);
   void check(const NodeRecords& node) const;
 
+  Core::FileSystem& files_;
   std::filesystem::path folder_;
+  OctreeWriterOptions options_;
   PoTree::MetaData metaData_;
   RecordLayout layout_;
   std::unique_ptr<NodeEncoder> encoder_;
-  std::unique_ptr<OutputFile> octreeFile_;
+  std::unique_ptr<Core::WritableFile> octreeFile_;
   std::unordered_map<Octree::OctreeNodeId, HierarchyNode> nodes_;
   std::uint64_t octreeFileSize_ = 0;
   bool usable_ = true;  ///< false while files are written, so that it stays so when that fails

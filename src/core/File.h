@@ -6,28 +6,28 @@
 #include <span>
 #include <string>
 
+#include "core/Descriptor.h"
+#include "core/FileSystem.h"
+
 namespace Core {
 
-/// A file open for reading by position. Threads: all calls are safe together, there is no current position.
-class File {
+/// A file on disk, open for reading by position. Threads: all calls are safe together, there is no current
+/// position.
+class File final : public ReadableFile {
  public:
   /// @throws std::system_error naming the path when it cannot be opened, or is not a regular file.
   explicit File(const std::filesystem::path& path);
-  ~File();
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
 
-  /// The size now; files may grow or shrink while they are open.
-  [[nodiscard]] std::uint64_t size() const;
+  [[nodiscard]] std::uint64_t size() const override { return descriptor_.size(); }
+  [[nodiscard]] std::int64_t modificationTime() const override { return descriptor_.modificationTime(); }
+  void read(std::uint64_t offset, std::span<std::byte> out) const override;
 
   /// Reads @p size bytes at @p offset. Allocates only after the range was found to lie inside the file.
-  /// @throws FormatError naming the path, the range and the file's size when the range leaves the file;
-  ///         std::system_error when reading fails.
+  /// @throws as the other read().
   [[nodiscard]] std::string read(std::uint64_t offset, std::uint64_t size) const;
 
  private:
-  std::filesystem::path path_;
-  int descriptor_ = -1;
+  Descriptor descriptor_;
 };
 
 }  // namespace Core

@@ -16,6 +16,9 @@ class ReadableFile {
   /// The size now; files may grow or shrink while they are open.
   [[nodiscard]] virtual std::uint64_t size() const = 0;
 
+  /// When the file was last written to, in nanoseconds since 1970: another number means that it has changed.
+  [[nodiscard]] virtual std::int64_t modificationTime() const = 0;
+
   /// Fills @p out with the bytes from @p offset on.
   /// @throws FormatError naming the path, the range and the file's size when the range leaves the file;
   ///         std::system_error naming the path when reading fails.

@@ -3,33 +3,16 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "math/Color.h"
+#include "math/ExtraColumns.h"
 #include "math/Point.h"
+#include "math/UninitialisedAllocator.h"
 
 namespace Math {
-
-/// A vector's allocator that leaves new elements as they are, for columns that are written at once.
-template <class T>
-struct UninitialisedAllocator : std::allocator<T> {
-  template <class U>
-  struct rebind {
-    using other = UninitialisedAllocator<U>;
-  };
-  using std::allocator<T>::allocator;
-  template <class U>
-  void construct(U* at) noexcept {
-    ::new (static_cast<void*>(at)) U;
-  }
-  template <class U, class... Arguments>
-  void construct(U* at, Arguments&&... arguments) {
-    ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
-  }
-};
 
 /// One attribute of all points: Width values of a trivial type a point, interleaved. A column is as long as
 /// its container, or absent (empty); what a point holds that was never written is the default.
@@ -124,8 +107,9 @@ struct IntensityAttr {
   [[nodiscard]] std::span<const T> intensities() const { return intensityColumn.values(); }
 };
 
-/// Points by columns: one column per attribute, and a visibility byte (1 visible, 0 hidden) each. While a
-/// container is filled, columns that nobody wrote are absent; complete() gives them their defaults.
+/// Points by columns: one column per attribute, a visibility byte (1 visible, 0 hidden) each, and whatever
+/// extra columns it was given. While a container is filled, columns that nobody wrote are absent; complete()
+/// gives them their defaults.
 /// Threads: const calls are safe together.
 template <class... Attributes>
 class SoAPointContainer : public Attributes... {
@@ -139,6 +123,7 @@ class SoAPointContainer : public Attributes... {
       if (size == 0) column.clear();
       if (column.present()) column.prepare(size, 0);
     });
+    extras_.resize(size);
   }
 
   /// The column of an attribute for writing, as long as the container: prepare<ColorAttr>(n) for the first n
@@ -153,11 +138,25 @@ class SoAPointContainer : public Attributes... {
 
   [[nodiscard]] std::span<const std::uint8_t> visibility() const { return visibilityColumn_.values(); }
 
+  [[nodiscard]] const ExtraColumns& extras() const { return extras_; }
+  /// Gives the container other extra columns, absent so far.
+  void setExtras(ExtraColumns absent) { extras_ = std::move(absent); }
+  /// As prepare(), for one of the extra columns.
+  std::span<std::byte> prepareExtra(std::size_t column, std::size_t written) {
+    return extras_.prepare(column, size_, written);
+  }
+  /// As ExtraColumns::store().
+  void storeExtra(std::size_t column, std::size_t first, std::size_t count, const std::byte* values,
+                  std::size_t step) {
+    extras_.store(column, first, count, values, step);
+  }
+
   /// Gives every absent column its defaults. A container that others read is complete.
   void complete() {
     eachColumn([&](auto& column) {
       if (!column.present()) column.prepare(size_, 0);
     });
+    extras_.complete(size_);
   }
 
   /// A container of the points of @p from at @p indices, in that order. Indices are not checked.
@@ -167,12 +166,13 @@ class SoAPointContainer : public Attributes... {
     result.size_ = indices.size();
     (result.Attributes::column().gather(from.Attributes::column(), indices), ...);
     result.visibilityColumn_.gather(from.visibilityColumn_, indices);
+    result.extras_ = ExtraColumns::fromIndices(from.extras_, indices);
     return result;
   }
 
   /// Bytes allocated for the columns.
   [[nodiscard]] std::size_t byteSize() const {
-    std::size_t bytes = visibilityColumn_.byteSize();
+    std::size_t bytes = visibilityColumn_.byteSize() + extras_.byteSize();
     ((bytes += Attributes::column().byteSize()), ...);
     return bytes;
   }
@@ -186,6 +186,7 @@ class SoAPointContainer : public Attributes... {
 
   std::size_t size_ = 0;
   AttributeColumn<std::uint8_t, 1> visibilityColumn_{std::uint8_t{1}};
+  ExtraColumns extras_;
 };
 
 /// The columns into which every octree node is loaded.

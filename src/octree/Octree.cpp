@@ -1,12 +1,15 @@
 #include "octree/Octree.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "core/FormatError.h"
+#include "octree/potree/AttributePlaces.h"
 
 namespace Octree {
 namespace {
@@ -85,9 +88,44 @@ Math::NBoundingBox<double, 3> statedBox(const PoTree::MetaData& metaData) {
   return box.empty() ? metaData.boundingBox : box;
 }
 
+/// The columns that those of @p stored make that are wanted.
+Math::ExtraColumns columnsOf(const std::vector<StoredAttribute>& stored, const WantedAttributes& wanted,
+                             const Location& location) {
+  std::vector<Math::Attribute> columns;
+  std::size_t bytes = 0;
+  for (const StoredAttribute& candidate : stored) {
+    const Math::Attribute& attribute = candidate.attribute;
+    const std::string& name = attribute.name;
+    const bool isWanted =
+        wanted.all || std::find(wanted.names.begin(), wanted.names.end(), name) != wanted.names.end();
+    const auto hasName = [&](const Math::Attribute& column) { return column.name == name; };
+    if (!isWanted || std::any_of(columns.begin(), columns.end(), hasName)) continue;
+    columns.push_back(attribute);
+    bytes += attribute.size();
+  }
+  if (bytes > Octree::kMostExtraBytes) {
+    throw std::runtime_error(
+        "cannot open " + location.toString() + ": attributes to load: expected at most " +
+        std::to_string(Octree::kMostExtraBytes) + " bytes a point, found " + std::to_string(bytes));
+  }
+  return Math::ExtraColumns(std::move(columns));
+}
+
+void appendStored(const PoTree::MetaData& metaData, std::vector<StoredAttribute>& stored) {
+  for (const PoTree::Attribute& attribute : metaData.attributes) {
+    const std::optional<Math::Attribute> column = PoTree::columnAttribute(metaData, attribute);
+    if (!column) continue;
+    const bool hasRange =
+        attribute.min.size() == column->numElements && attribute.max.size() == column->numElements;
+    stored.push_back(hasRange ? StoredAttribute{*column, attribute.min, attribute.max}
+                              : StoredAttribute{*column, {}, {}});
+  }
+}
+
 }  // namespace
 
-Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
+Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor,
+               const WantedAttributes& wanted)
     : serial_(nextSerial()), positionFactor_(positionFactor) {
   if (!location) throw std::runtime_error("cannot open an empty location");
   const std::string document = fetchMetaData(*location);
@@ -110,6 +148,7 @@ Octree::Octree(const std::shared_ptr<Location>& location, double positionFactor)
   position_ = {{metaData.offset[0], metaData.offset[1], metaData.offset[2]}};
   boundingBox_ = frameBox(statedBox(metaData));
   spacing_ = metaData.spacing * positionFactor;
+  wanted_ = columnsOf(storedAttributes(), wanted, *location);
 }
 
 std::string_view Octree::formatName() const { return "potree"; }
@@ -155,6 +194,13 @@ std::vector<std::string> Octree::attributeNames() const {
   return names;
 }
 
+std::vector<StoredAttribute> Octree::storedAttributes() const {
+  std::vector<StoredAttribute> stored;
+  appendStored(tree().metaData(), stored);
+  for (const auto& external : tree().externalAttributes()) appendStored(external->metaData(), stored);
+  return stored;
+}
+
 std::array<double, 3> Octree::scale() const { return tree().metaData().scale; }
 
 ChildIds Octree::children(const OctreeNodeId& id, std::stop_token stopToken) {
@@ -198,6 +244,7 @@ Math::NBoundingBox<float, 3> Octree::pointBounds(const OctreeNodeId& id) const {
 }
 
 bool Octree::loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken) {
+  points.setExtras(wanted_);
   return tree().loadNodePoints(id, points, std::move(stopToken), false);
 }
 

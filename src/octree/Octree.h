@@ -28,6 +28,21 @@ struct ChildIds {
   [[nodiscard]] const OctreeNodeId* end() const { return ids.data() + count; }
 };
 
+/// Which stored attributes nodes are loaded with, as the extra columns of their points.
+struct WantedAttributes {
+  std::vector<std::string> names{};  ///< those that are not stored are left out
+  bool all = false;                ///< whatever is stored, named or not
+};
+
+/// An attribute that can be loaded as an extra column.
+struct StoredAttribute {
+  Math::Attribute attribute;
+  /// Of its values as the metadata state them, one number an element, or empty: of positions in world
+  /// coordinates, of the others as stored.
+  std::vector<double> min;
+  std::vector<double> max;
+};
+
 /// An opened point cloud: its facts, its nodes' cubes and the way to their points, whatever format it has.
 ///
 /// Coordinates are those of the octree frame, single precision and local: world = octree coordinate, divided
@@ -35,9 +50,15 @@ struct ChildIds {
 /// Threads: all calls are safe together.
 class Octree {
  public:
+  /// The most bytes a point that extra columns may take in all: an external octree that holds few values
+  /// must not fill the memory with the zeros of all other points.
+  static constexpr std::size_t kMostExtraBytes = 4096;
+
   /// Fetches the metadata and the root's part of the hierarchy.
-  /// @throws std::runtime_error naming path or URL and the reason when the cloud cannot be opened.
-  Octree(const std::shared_ptr<Location>& location, double positionFactor);
+  /// @throws std::runtime_error naming path or URL and the reason when the cloud cannot be opened; also when
+  ///         the wanted attributes take more than kMostExtraBytes.
+  Octree(const std::shared_ptr<Location>& location, double positionFactor,
+         const WantedAttributes& wanted = {});
   Octree(const Octree&) = delete;
   Octree& operator=(const Octree&) = delete;
 
@@ -64,6 +85,9 @@ class Octree {
   [[nodiscard]] std::vector<std::uint64_t> classHistogram() const;
   /// All stored attributes under their stored names, external ones last.
   [[nodiscard]] std::vector<std::string> attributeNames() const;
+  /// Those of them that can be loaded as extra columns, in that order. Of several with one name the first
+  /// makes the column; a later octree's of the same type and number of elements writes over its values.
+  [[nodiscard]] std::vector<StoredAttribute> storedAttributes() const;
   /// The smallest difference between stored coordinates, per axis, in world units.
   [[nodiscard]] std::array<double, 3> scale() const;
 
@@ -76,7 +100,8 @@ class Octree {
   /// common writers place points that far outside. Pruning and containment tests work on it.
   [[nodiscard]] Math::NBoundingBox<float, 3> pointBounds(const OctreeNodeId& id) const;
 
-  /// Decodes the node's points into @p points, complete with defaults for what is not stored. False when a
+  /// Decodes the node's points into @p points, complete with defaults for what is not stored, and with the
+  /// wanted attributes as extra columns, zeros where an external octree lacks the node. False when a
   /// stop was requested or they could not be read; of the latter unreadableNodes() says why.
   /// @throws std::bad_variant_access when the octree holds no tree.
   bool loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken);
@@ -107,7 +132,8 @@ class Octree {
   Math::Point<double, 3> position_;
   Math::NBoundingBox<float, 3> boundingBox_;
   double spacing_ = 0;
-  Core::Workers workers_;  // last, so that it is joined before the rest goes
+  Math::ExtraColumns wanted_;  // without points
+  Core::Workers workers_;      // last, so that it is joined before the rest goes
 };
 
 }  // namespace Octree

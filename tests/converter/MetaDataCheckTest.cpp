@@ -80,6 +80,18 @@ TEST(MetaDataCheck, RefusesBoundsAndHistogramsOfAnotherLength) {
   expectRefused("histogram", [](auto& metaData) { metaData.attributes[1].histogram.assign(256, 1); });
 }
 
+TEST(MetaDataCheck, RefusesScalesAndOffsetsOfAttributesThatAreNoUsableNumbers) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  expectRefused("intensity: scale and", [](auto& metaData) { metaData.attributes[1].scale = {1, 1}; });
+  expectRefused("rgb: scale and", [](auto& metaData) { metaData.attributes[3].offset = {0}; });
+  expectRefused("intensity: scale and", [&](auto& metaData) { metaData.attributes[1].offset = {infinity}; });
+  expectRefused("intensity: a scale must", [](auto& metaData) { metaData.attributes[1].scale = {0}; });
+  PoTree::MetaData metaData = plainMetaData();
+  metaData.attributes[1].scale = {-0.5};
+  metaData.attributes[1].offset = {3};
+  EXPECT_NO_THROW(Converter::checkWritable(metaData, MetaDataUse::Main));
+}
+
 TEST(MetaDataCheck, RefusesAttributeListsThatAreEmptyOrNameAnAttributeTwice) {
   expectRefused("attributes", [](auto& metaData) { metaData.attributes.clear(); });
   expectRefused("rgb: is there twice",

@@ -53,6 +53,18 @@ TEST(MetaDataWriter, DescribesAnAttribute) {
     "type": "int32", "min": [1, 2, 3], "max": [4, 5, 6], "scale": [1, 1, 1], "offset": [0, 0, 0]})"));
 }
 
+TEST(MetaDataWriter, WritesScaleAndOffsetOfAttributesAndADescription) {
+  PoTree::MetaData metaData = plainMetaData();
+  metaData.description = "a quarry";
+  metaData.attributes[1].scale = {0.25};
+  metaData.attributes[1].offset = {-7};
+  const nlohmann::json json = written(metaData);
+  EXPECT_EQ(json["description"], "a quarry");
+  EXPECT_EQ(json["attributes"][1]["scale"], nlohmann::json::parse("[0.25]"));
+  EXPECT_EQ(json["attributes"][1]["offset"], nlohmann::json::parse("[-7]"));
+  EXPECT_EQ(json["attributes"][2]["scale"], nlohmann::json::parse("[1]"));
+}
+
 TEST(MetaDataWriter, WritesNumbersWithSeventeenSignificantDigits) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.offset = {636001.76, 1.0 / 3, 1e300};

@@ -1,18 +1,17 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "converter/OctreeWriter.h"
 #include "converter/WrittenOctree.h"
+#include "support/FaultyFileSystem.h"
+#include "support/FileSizeLimit.h"
 #include "support/SampleData.h"
 #include "support/TempFolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Converter::OctreeWriter;
 using PoTree::Encoding;
 using testing::HasSubstr;
 using Testing::nodeId;
@@ -25,22 +24,28 @@ using Testing::WrittenOctree;
 
 const std::vector<std::array<std::int32_t, 3>> kThreePoints{{1, 2, 3}, {70'000, 5, 99'999}, {0, 0, 0}};
 
-/// An octree of three nodes whose names are not in order.
-void writeThreeNodes(const fs::path& folder, Encoding encoding, const std::vector<std::string>& order) {
-  const std::map<std::string, std::vector<std::byte>> nodes{
-      {"r", plainRecords(kThreePoints)},
-      {"r1", plainRecords({{4, 4, 4}})},
-      {"r44", plainRecords({{80'000, 1, 1}, {80'001, 2, 2}})}};
-  OctreeWriter writer(folder, plainMetaData(encoding));
-  for (const std::string& name : order) writer.addNode(nodeId(name), nodes.at(name));
-  writer.finish();
-}
+class OctreeWriter : public testing::Test {
+ public:
+  /// An octree of three nodes whose names are not in order.
+  void writeThreeNodes(const fs::path& name, Encoding encoding, const std::vector<std::string>& order) {
+    const std::map<std::string, std::vector<std::byte>> nodes{
+        {"r", plainRecords(kThreePoints)},
+        {"r1", plainRecords({{4, 4, 4}})},
+        {"r44", plainRecords({{80'000, 1, 1}, {80'001, 2, 2}})}};
+    Converter::OctreeWriter writer(files_, folder_.path() / name, plainMetaData(encoding));
+    for (const std::string& node : order) writer.addNode(nodeId(node), nodes.at(node));
+    writer.finish();
+  }
 
-TEST(OctreeWriter, KeepsEachNodesPoints) {
+  Core::DiskFileSystem files_{Core::DiskFileSystem::Sync::No};
+  TempFolder folder_;
+};
+
+TEST_F(OctreeWriter, KeepsEachNodesPoints) {
   for (const Encoding encoding : {Encoding::Uncompressed, Encoding::Brotli}) {
-    const TempFolder folder;
-    writeThreeNodes(folder.path() / "out", encoding, {"r", "r44", "r1"});
-    const WrittenOctree octree(folder.path() / "out");
+    const std::string name = std::to_string(static_cast<int>(encoding));
+    writeThreeNodes(name, encoding, {"r", "r44", "r1"});
+    const WrittenOctree octree(folder_.path() / name);
     EXPECT_EQ(octree.metaData["points"], 6);
     EXPECT_EQ(octree.nodes.size(), 4U);
     EXPECT_EQ(octree.nodes.at("r4").numPoints, 0U);
@@ -51,22 +56,20 @@ TEST(OctreeWriter, KeepsEachNodesPoints) {
   }
 }
 
-TEST(OctreeWriter, WritesTheSameBytesForTheSameCalls) {
-  const TempFolder folder;
-  for (const char* name : {"a", "b"})
-    writeThreeNodes(folder.path() / name, Encoding::Brotli, {"r44", "r1", "r"});
+TEST_F(OctreeWriter, WritesTheSameBytesForTheSameCalls) {
+  for (const char* name : {"a", "b"}) writeThreeNodes(name, Encoding::Brotli, {"r44", "r1", "r"});
   for (const char* file : {"metadata.json", "hierarchy.bin", "octree.bin"}) {
-    EXPECT_EQ(readFile(folder.path() / "a" / file), readFile(folder.path() / "b" / file)) << file;
+    EXPECT_EQ(readFile(folder_.path() / "a" / file), readFile(folder_.path() / "b" / file)) << file;
   }
 }
 
-TEST(OctreeWriter, MovesNothingButNodeDataWhenTheOrderOfTheNodesChanges) {
-  const TempFolder folder;
-  writeThreeNodes(folder.path() / "a", Encoding::Brotli, {"r", "r1", "r44"});
-  writeThreeNodes(folder.path() / "b", Encoding::Brotli, {"r44", "r", "r1"});
-  EXPECT_EQ(readFile(folder.path() / "a" / "metadata.json"), readFile(folder.path() / "b" / "metadata.json"));
-  const WrittenOctree a(folder.path() / "a");
-  const WrittenOctree b(folder.path() / "b");
+TEST_F(OctreeWriter, MovesNothingButNodeDataWhenTheOrderOfTheNodesChanges) {
+  writeThreeNodes("a", Encoding::Brotli, {"r", "r1", "r44"});
+  writeThreeNodes("b", Encoding::Brotli, {"r44", "r", "r1"});
+  EXPECT_EQ(readFile(folder_.path() / "a" / "metadata.json"),
+            readFile(folder_.path() / "b" / "metadata.json"));
+  const WrittenOctree a(folder_.path() / "a");
+  const WrittenOctree b(folder_.path() / "b");
   EXPECT_NE(a.data, b.data);
   ASSERT_EQ(a.nodes.size(), b.nodes.size());
   for (const auto& [name, record] : a.nodes) {
@@ -76,60 +79,122 @@ TEST(OctreeWriter, MovesNothingButNodeDataWhenTheOrderOfTheNodesChanges) {
   }
 }
 
-TEST(OctreeWriter, AddsManyNodesAsIfOneByOne) {
-  const TempFolder folder;
-  writeThreeNodes(folder.path() / "single", Encoding::Brotli, {"r", "r1", "r44"});
+TEST_F(OctreeWriter, AddsManyNodesAsIfOneByOne) {
+  writeThreeNodes("single", Encoding::Brotli, {"r", "r1", "r44"});
   const auto root = plainRecords(kThreePoints);
   const auto first = plainRecords({{4, 4, 4}});
   const auto second = plainRecords({{80'000, 1, 1}, {80'001, 2, 2}});
-  OctreeWriter writer(folder.path() / "batch", plainMetaData(Encoding::Brotli));
+  Converter::OctreeWriter writer(files_, folder_.path() / "batch", plainMetaData(Encoding::Brotli));
   writer.addNodes(std::array<Converter::NodeRecords, 3>{
       {{nodeId("r"), root}, {nodeId("r1"), first}, {nodeId("r44"), second}}});
   writer.finish();
-  EXPECT_EQ(readFile(folder.path() / "single" / "octree.bin"),
-            readFile(folder.path() / "batch" / "octree.bin"));
-  EXPECT_EQ(readFile(folder.path() / "single" / "hierarchy.bin"),
-            readFile(folder.path() / "batch" / "hierarchy.bin"));
+  EXPECT_EQ(readFile(folder_.path() / "single" / "octree.bin"),
+            readFile(folder_.path() / "batch" / "octree.bin"));
+  EXPECT_EQ(readFile(folder_.path() / "single" / "hierarchy.bin"),
+            readFile(folder_.path() / "batch" / "hierarchy.bin"));
 }
 
-TEST(OctreeWriter, WritesAnEmptyOctreeAsARootWithoutPoints) {
-  const TempFolder folder;
-  OctreeWriter(folder.path() / "out", plainMetaData()).finish();
-  const WrittenOctree octree(folder.path() / "out");
+TEST_F(OctreeWriter, TakesNodesThatWereEncodedElsewhere) {
+  writeThreeNodes("records", Encoding::Uncompressed, {"r", "r1", "r44"});
+  const auto root = plainRecords(kThreePoints);
+  const auto together = plainRecords({{4, 4, 4}});
+  const auto last = plainRecords({{80'000, 1, 1}, {80'001, 2, 2}});
+  Converter::OctreeWriter writer(files_, folder_.path() / "encoded", plainMetaData());
+  writer.addEncoded(std::array<Converter::EncodedNode, 3>{
+      {{nodeId("r"), 3, root}, {nodeId("r1"), 1, together}, {nodeId("r44"), 2, last}}});
+  writer.finish();
+  for (const char* file : {"metadata.json", "hierarchy.bin", "octree.bin"}) {
+    EXPECT_EQ(readFile(folder_.path() / "records" / file), readFile(folder_.path() / "encoded" / file))
+        << file;
+  }
+}
+
+TEST_F(OctreeWriter, WritesEncodedNodesThatFollowEachOtherInMemoryInOneCall) {
+  std::size_t writes = 0;
+  Testing::FaultyFileSystem counted(files_);
+  counted.before(
+      [&](Testing::FileCall call, const fs::path&) { writes += call == Testing::FileCall::Write; });
+  Converter::OctreeWriter writer(counted, folder_.path() / "out", plainMetaData());
+  const auto records = plainRecords(kThreePoints);
+  const std::span<const std::byte> bytes(records);
+  writer.addEncoded(std::array<Converter::EncodedNode, 3>{
+      {{nodeId("r"), 1, bytes.first(21)}, {nodeId("r0"), 0, {}}, {nodeId("r1"), 2, bytes.subspan(21)}}});
+  EXPECT_EQ(writes, 1U);
+  writer.finish();
+  EXPECT_EQ(readFile(folder_.path() / "out" / "octree.bin").size(), records.size());
+}
+
+TEST_F(OctreeWriter, RefusesEncodedNodesWhosePointsAndBytesDisagree) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
+  const auto records = plainRecords(kThreePoints);
+  const std::array<Converter::EncodedNode, 1> noBytes{{{nodeId("r"), 3, {}}}};
+  const std::array<Converter::EncodedNode, 1> noPoints{{{nodeId("r"), 0, records}}};
+  const std::array<Converter::EncodedNode, 1> tooMany{{{nodeId("r"), 1U << 31U, records}}};
+  EXPECT_THROW(writer.addEncoded(noBytes), std::invalid_argument);
+  EXPECT_THROW(writer.addEncoded(noPoints), std::invalid_argument);
+  EXPECT_THROW(writer.addEncoded(tooMany), std::invalid_argument);
+  writer.finish();
+  EXPECT_EQ(WrittenOctree(folder_.path() / "out").data, "") << "a refused call adds nothing";
+}
+
+TEST_F(OctreeWriter, WritesTheMetaDataThatAreKnownAtTheEnd) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
+  writer.addNode(nodeId("r"), plainRecords(kThreePoints));
+  PoTree::MetaData metaData = plainMetaData();
+  metaData.attributes[1].min = {1000};
+  metaData.attributes[1].max = {1002};
+  writer.finish(metaData);
+  const WrittenOctree octree(folder_.path() / "out");
+  EXPECT_EQ(octree.metaData["attributes"][1]["max"][0], 1002);
+  EXPECT_EQ(octree.metaData["points"], 3);
+}
+
+TEST_F(OctreeWriter, RefusesMetaDataThatDoNotFitItsNodes) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
+  PoTree::MetaData other = plainMetaData();
+  other.attributes.pop_back();
+  EXPECT_THROW(writer.finish(other), std::invalid_argument);
+  EXPECT_THROW(writer.finish(plainMetaData(Encoding::Brotli)), std::invalid_argument);
+  writer.finish();
+  EXPECT_TRUE(fs::exists(folder_.path() / "out" / "metadata.json"));
+}
+
+TEST_F(OctreeWriter, WritesAnEmptyOctreeAsARootWithoutPoints) {
+  Converter::OctreeWriter(files_, folder_.path() / "out", plainMetaData()).finish();
+  const WrittenOctree octree(folder_.path() / "out");
   EXPECT_EQ(octree.metaData["points"], 0);
   EXPECT_EQ(octree.data, "");
   ASSERT_EQ(octree.nodes.size(), 1U);
   EXPECT_EQ(octree.nodes.at("r"), (Testing::HierarchyRecord{1, 0, 0, 0, 0}));
 }
 
-TEST(OctreeWriter, WritesASmallerFileAtAHigherQuality) {
-  const TempFolder folder;
+TEST_F(OctreeWriter, WritesASmallerFileAtAHigherQuality) {
   std::vector<std::array<std::int32_t, 3>> positions;
   for (std::int32_t i = 0; i < 5000; ++i) positions.push_back({i * 7 % 1000, i * 13 % 1000, i % 50});
   for (const int quality : {0, 9}) {
     Converter::OctreeWriterOptions options;
     options.brotliQuality = quality;
-    OctreeWriter writer(folder.path() / std::to_string(quality), plainMetaData(Encoding::Brotli), options);
+    Converter::OctreeWriter writer(files_, folder_.path() / std::to_string(quality),
+                                   plainMetaData(Encoding::Brotli), options);
     writer.addNode(nodeId("r"), plainRecords(positions));
     writer.finish();
   }
-  EXPECT_LT(fs::file_size(folder.path() / "9" / "octree.bin"),
-            fs::file_size(folder.path() / "0" / "octree.bin"));
+  EXPECT_LT(fs::file_size(folder_.path() / "9" / "octree.bin"),
+            fs::file_size(folder_.path() / "0" / "octree.bin"));
 }
 
-TEST(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
-  const TempFolder folder;
+TEST_F(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
-  OctreeWriter writer(folder.path() / "out", metaData, {6, PoTree::MetaDataUse::ExternalAttributes});
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
+                                 {6, PoTree::MetaDataUse::ExternalAttributes});
   writer.addNode(nodeId("r"), std::vector{std::byte{1}, std::byte{0}});
   writer.finish();
-  EXPECT_EQ(WrittenOctree(folder.path() / "out").data, std::string("\1\0", 2));
+  EXPECT_EQ(WrittenOctree(folder_.path() / "out").data, std::string("\1\0", 2));
 }
 
-TEST(OctreeWriter, RefusesANodeThatWasAddedBefore) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path() / "out", plainMetaData());
+TEST_F(OctreeWriter, RefusesANodeThatWasAddedBefore) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
   writer.addNode(nodeId("r04"), records);
   EXPECT_THAT([&] { writer.addNode(nodeId("r04"), records); },
@@ -137,12 +202,11 @@ TEST(OctreeWriter, RefusesANodeThatWasAddedBefore) {
   const std::array<Converter::NodeRecords, 2> twins{{{nodeId("r1"), records}, {nodeId("r1"), records}}};
   EXPECT_THROW(writer.addNodes(twins), std::invalid_argument);
   writer.finish();
-  EXPECT_EQ(WrittenOctree(folder.path() / "out").metaData["points"], 3) << "a refused call adds nothing";
+  EXPECT_EQ(WrittenOctree(folder_.path() / "out").metaData["points"], 3) << "a refused call adds nothing";
 }
 
-TEST(OctreeWriter, RefusesANodeBelowTheDeepestLevel) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path() / "out", plainMetaData());
+TEST_F(OctreeWriter, RefusesANodeBelowTheDeepestLevel) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
   const Octree::OctreeNodeId deepest = nodeId("r" + std::string(21, '0'));
   EXPECT_NO_THROW(writer.addNode(deepest, records));
@@ -150,20 +214,19 @@ TEST(OctreeWriter, RefusesANodeBelowTheDeepestLevel) {
   EXPECT_THROW(writer.addNode(deepest.child(5), records), std::invalid_argument);
 }
 
-TEST(OctreeWriter, RefusesBytesThatAreNoWholeRecords) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path() / "out", plainMetaData());
+TEST_F(OctreeWriter, RefusesBytesThatAreNoWholeRecords) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   auto records = plainRecords(kThreePoints);
   records.pop_back();
   EXPECT_THAT([&] { writer.addNode(nodeId("r"), records); },
               ThrowsMessage<std::invalid_argument>(HasSubstr("62 bytes are no whole records of 21")));
 }
 
-TEST(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
-  const TempFolder folder;
+TEST_F(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
-  OctreeWriter writer(folder.path() / "out", metaData, {6, PoTree::MetaDataUse::ExternalAttributes});
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
+                                 {6, PoTree::MetaDataUse::ExternalAttributes});
   constexpr std::size_t kTooMany = std::size_t{1} << 31U;
   const auto untouched = std::make_unique_for_overwrite<std::byte[]>(kTooMany);
   EXPECT_THAT(
@@ -173,91 +236,65 @@ TEST(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
       ThrowsMessage<std::invalid_argument>(HasSubstr("more than 2^31 - 1 points")));
 }
 
-TEST(OctreeWriter, CannotBeUsedAfterFinish) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path() / "out", plainMetaData());
+TEST_F(OctreeWriter, CannotBeUsedAfterFinish) {
+  Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   writer.finish();
   EXPECT_THROW(writer.addNode(nodeId("r"), plainRecords(kThreePoints)), std::logic_error);
   EXPECT_THROW(writer.finish(), std::logic_error);
 }
 
-TEST(OctreeWriter, RefusesAQualityThatBrotliDoesNotHave) {
-  const TempFolder folder;
-  EXPECT_THROW(OctreeWriter(folder.path() / "out", plainMetaData(), {12}), std::invalid_argument);
-  EXPECT_THROW(OctreeWriter(folder.path() / "out", plainMetaData(), {-1}), std::invalid_argument);
-  EXPECT_FALSE(fs::exists(folder.path() / "out"));
+TEST_F(OctreeWriter, RefusesAQualityThatBrotliDoesNotHave) {
+  EXPECT_THROW(Converter::OctreeWriter(files_, folder_.path() / "out", plainMetaData(), {12}),
+               std::invalid_argument);
+  EXPECT_THROW(Converter::OctreeWriter(files_, folder_.path() / "out", plainMetaData(), {-1}),
+               std::invalid_argument);
+  EXPECT_FALSE(fs::exists(folder_.path() / "out"));
 }
 
-TEST(OctreeWriter, MakesMissingParentsOfItsFolder) {
-  const TempFolder folder;
-  OctreeWriter(folder.path() / "a" / "b" / "c", plainMetaData()).finish();
-  EXPECT_TRUE(fs::exists(folder.path() / "a" / "b" / "c" / "metadata.json"));
+TEST_F(OctreeWriter, MakesMissingParentsOfItsFolder) {
+  Converter::OctreeWriter(files_, folder_.path() / "a" / "b" / "c", plainMetaData()).finish();
+  EXPECT_TRUE(fs::exists(folder_.path() / "a" / "b" / "c" / "metadata.json"));
 }
 
-TEST(OctreeWriter, NeverOverwritesAFile) {
+TEST_F(OctreeWriter, NeverOverwritesAFile) {
   for (const char* name : {"metadata.json", "hierarchy.bin", "octree.bin"}) {
-    const TempFolder folder;
-    const fs::path file = folder.write(name, "mine");
-    EXPECT_THAT([&] { OctreeWriter(folder.path(), plainMetaData()); },
+    const fs::path file = folder_.write(fs::path("of") / name / name, "mine");
+    EXPECT_THAT([&] { Converter::OctreeWriter(files_, file.parent_path(), plainMetaData()); },
                 ThrowsMessage<std::runtime_error>(HasSubstr(file.string())));
     EXPECT_EQ(readFile(file), "mine");
   }
 }
 
-TEST(OctreeWriter, NamesTheFolderThatCannotBeMade) {
-  const TempFolder folder;
-  const fs::path file = folder.write("file", "");
-  EXPECT_THAT([&] { OctreeWriter(file / "out", plainMetaData()); },
+TEST_F(OctreeWriter, NamesTheFolderThatCannotBeMade) {
+  const fs::path file = folder_.write("file", "");
+  EXPECT_THAT([&] { Converter::OctreeWriter(files_, file / "out", plainMetaData()); },
               ThrowsMessage<std::runtime_error>(HasSubstr(file.string())));
 }
 
-TEST(OctreeWriter, LeavesNoNodeDataBehindWhenItIsNotFinished) {
-  const TempFolder folder;
+TEST_F(OctreeWriter, LeavesNoNodeDataBehindWhenItIsNotFinished) {
   {
-    OctreeWriter writer(folder.path(), plainMetaData());
+    Converter::OctreeWriter writer(files_, folder_.path(), plainMetaData());
     writer.addNode(nodeId("r"), plainRecords(kThreePoints));
   }
-  EXPECT_TRUE(fs::is_empty(folder.path()));
+  EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
 
-/// Lets no file grow beyond @p bytes while it lives: writing fails as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, signal_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  void (*signal_)(int);
-  rlimit before_{};
-};
-
-TEST(OctreeWriter, NamesTheFileThatCannotBeWrittenAndIsNotUsedAgain) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path(), plainMetaData());
+TEST_F(OctreeWriter, NamesTheFileThatCannotBeWrittenAndIsNotUsedAgain) {
+  Converter::OctreeWriter writer(files_, folder_.path(), plainMetaData());
   const std::vector<std::array<std::int32_t, 3>> many(5000);
-  const FileSizeLimit limit(1000);
+  const Testing::FileSizeLimit limit(1000);
   EXPECT_THAT([&] { writer.addNode(nodeId("r"), plainRecords(many)); },
-              ThrowsMessage<std::runtime_error>(HasSubstr((folder.path() / "octree.bin").string())));
+              ThrowsMessage<std::runtime_error>(HasSubstr((folder_.path() / "octree.bin").string())));
   EXPECT_THROW(writer.addNode(nodeId("r1"), plainRecords(kThreePoints)), std::logic_error);
   EXPECT_THROW(writer.finish(), std::logic_error);
 }
 
-TEST(OctreeWriter, LeavesNoMetaDataWhenWritingThemFails) {
-  const TempFolder folder;
-  OctreeWriter writer(folder.path(), plainMetaData());
-  const FileSizeLimit limit(100);
+TEST_F(OctreeWriter, LeavesNoMetaDataWhenWritingThemFails) {
+  Converter::OctreeWriter writer(files_, folder_.path(), plainMetaData());
+  const Testing::FileSizeLimit limit(100);
   EXPECT_THAT([&] { writer.finish(); },
-              ThrowsMessage<std::runtime_error>(HasSubstr((folder.path() / "metadata.json").string())));
-  EXPECT_FALSE(fs::exists(folder.path() / "metadata.json"));
+              ThrowsMessage<std::runtime_error>(HasSubstr((folder_.path() / "metadata.json").string())));
+  EXPECT_FALSE(fs::exists(folder_.path() / "metadata.json"));
 }
 
 }  // namespace

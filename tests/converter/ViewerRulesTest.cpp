@@ -171,9 +171,10 @@ TEST_P(ViewerRules, ColoursAreSixteenBitOnesThatNobodyTakesForEightBitOnes) {
 
 TEST(ViewerRulesOfNodes, ANodeWithoutPointsHasNoBytesAndNoPlace) {
   const Testing::TempFolder folder;
+  Core::DiskFileSystem files(Core::DiskFileSystem::Sync::No);
   for (const Encoding encoding : {Encoding::Uncompressed, Encoding::Brotli}) {
     const auto path = folder.path() / std::to_string(static_cast<int>(encoding));
-    Converter::OctreeWriter writer(path, plainMetaData(encoding));
+    Converter::OctreeWriter writer(files, path, plainMetaData(encoding));
     writer.addNode(Testing::nodeId("r7"), plainRecords({{1, 2, 3}}));
     writer.addNode(Testing::nodeId("r"), {});
     writer.finish();
@@ -184,7 +185,8 @@ TEST(ViewerRulesOfNodes, ANodeWithoutPointsHasNoBytesAndNoPlace) {
 
 TEST(ViewerRulesOfNodes, NegativePositionsAreRefused) {
   const Testing::TempFolder folder;
-  Converter::OctreeWriter writer(folder.path(), plainMetaData());
+  Core::DiskFileSystem files(Core::DiskFileSystem::Sync::No);
+  Converter::OctreeWriter writer(files, folder.path(), plainMetaData());
   EXPECT_THAT(
       [&] {
         writer.addNode(Testing::nodeId("r"), plainRecords({{1, 2, 3}, {0, -1, 0}}));

@@ -81,8 +81,9 @@ std::future<std::uint64_t> MapLocation::fetchFileSize(const std::string& name, s
   });
 }
 
-std::shared_ptr<Octree::Octree> openOctree(const std::shared_ptr<Octree::Location>& location) {
-  return std::make_shared<Octree::Octree>(location, 1.0);
+std::shared_ptr<Octree::Octree> openOctree(const std::shared_ptr<Octree::Location>& location,
+                                           const Octree::WantedAttributes& wanted) {
+  return std::make_shared<Octree::Octree>(location, 1.0, wanted);
 }
 
 std::shared_ptr<Octree::Octree> openOctree(const PotreeFiles& files) {

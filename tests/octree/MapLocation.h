@@ -73,7 +73,8 @@ class MapLocation final : public PoTree::Location {
 };
 
 /// An octree opened with the position factor 1.
-[[nodiscard]] std::shared_ptr<Octree::Octree> openOctree(const std::shared_ptr<Octree::Location>& location);
+[[nodiscard]] std::shared_ptr<Octree::Octree> openOctree(const std::shared_ptr<Octree::Location>& location,
+                                                         const Octree::WantedAttributes& wanted = {});
 [[nodiscard]] std::shared_ptr<Octree::Octree> openOctree(const PotreeFiles& files);
 
 /// The node reached from the root by these child indices: "" is the root, "07" its first child's last child.

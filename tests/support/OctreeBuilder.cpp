@@ -15,6 +15,7 @@
 #include "converter/OctreeWriter.h"
 #include "converter/RecordLayout.h"
 #include "core/ByteReader.h"
+#include "core/FileSystem.h"
 
 namespace Testing {
 namespace {
@@ -208,7 +209,8 @@ void buildOctree(const PointRecords& points, PoTree::Encoding encoding, const st
                  const BuildOptions& options) {
   Converter::OctreeWriterOptions writerOptions;
   writerOptions.brotliQuality = options.brotliQuality;
-  Converter::OctreeWriter writer(folder, describe(points, encoding, options), writerOptions);
+  Core::DiskFileSystem files(Core::DiskFileSystem::Sync::No);
+  Converter::OctreeWriter writer(files, folder, describe(points, encoding, options), writerOptions);
   Builder(points, options, writer).build();
   writer.finish();
 }

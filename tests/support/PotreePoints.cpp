@@ -35,7 +35,8 @@ std::string storedValue(const StoredPoint& point, std::string_view name) {
   if (name == "NormalX") return littleEndian(point.normal[0]);
   if (name == "NormalY") return littleEndian(point.normal[1]);
   if (name == "NormalZ") return littleEndian(point.normal[2]);
-  std::string filler(static_cast<std::size_t>(declaredAttribute(name).size), '\xEE');
+  std::string filler(static_cast<std::size_t>(declaredAttribute(name).size), '\0');
+  for (std::size_t i = 0; i < filler.size(); ++i) filler[i] = static_cast<char>(point.intensity + 31 * i);
   return filler;
 }
 

@@ -46,7 +46,7 @@ struct DeclaredAttribute {
 };
 
 /// The declaration of an attribute: those of StoredPoint under their stored names, and the fillers
-/// "gps-time", "return number" and "ScanIndex".
+/// "gps-time", "return number" and "ScanIndex", whose bytes follow from the point's intensity.
 /// @throws std::invalid_argument for any other name.
 [[nodiscard]] const DeclaredAttribute& declaredAttribute(std::string_view name);
 

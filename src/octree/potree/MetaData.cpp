@@ -143,6 +143,16 @@ json parseJson(std::string_view text, std::string_view source) {
   }
 }
 
+/// One number an element; none when the document holds anything else, since no position depends on them.
+std::vector<double> numbersAnElement(const ObjectReader& object, const char* key, std::int32_t numElements) {
+  if (!object.has(key)) return {};
+  const json& list = object.member(key);
+  const auto isNumber = [](const json& value) { return value.is_number(); };
+  const bool fits = list.is_array() && list.size() == static_cast<std::size_t>(numElements) &&
+                    std::all_of(list.begin(), list.end(), isNumber);
+  return fits ? list.get<std::vector<double>>() : std::vector<double>();
+}
+
 Attribute readAttribute(const ObjectReader& object) {
   Attribute attribute;
   attribute.name = object.text("name");
@@ -154,6 +164,8 @@ Attribute readAttribute(const ObjectReader& object) {
   if (object.has("min")) attribute.min = object.numbers("min");
   if (object.has("max")) attribute.max = object.numbers("max");
   if (object.has("histogram")) attribute.histogram = object.counts("histogram");
+  attribute.scale = numbersAnElement(object, "scale", attribute.numElements);
+  attribute.offset = numbersAnElement(object, "offset", attribute.numElements);
   return attribute;
 }
 
@@ -277,6 +289,7 @@ MetaData parseMetaData(std::string_view text, std::string_view source, MetaDataU
   metaData.version = document.text("version");
   if (!metaData.version.starts_with("2.")) document.fail("version", "2.x", metaData.version);
   metaData.name = document.textOr("name", "");
+  metaData.description = document.textOr("description", "");
   metaData.projection = document.textOr("projection", "");
   metaData.points = document.count("points");
   metaData.firstChunkSize = document.object("hierarchy").count("firstChunkSize");

@@ -23,6 +23,8 @@ struct Attribute {
   std::vector<double> min;  ///< one value an element, or empty
   std::vector<double> max;
   std::vector<std::uint64_t> histogram;  ///< counts by value, for one-byte attributes; or empty
+  std::vector<double> scale;             ///< value = stored * scale + offset; one value an element, or empty
+  std::vector<double> offset;
 
   bool operator==(const Attribute&) const = default;
 };
@@ -43,6 +45,7 @@ struct StoredAttributes {
 struct MetaData {
   std::string version;
   std::string name;
+  std::string description;
   std::string projection;
   std::uint64_t points = 0;
   std::uint64_t firstChunkSize = 0;  ///< bytes of the root's hierarchy chunk, which stands at offset 0

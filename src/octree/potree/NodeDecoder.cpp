@@ -17,38 +17,6 @@ using Core::loadLittleEndian;
 // Points are decoded in blocks whose stored values stay in the first two cache levels.
 constexpr std::size_t kBlockSize = 256;
 
-AttributeStarts attributeStarts(const MetaData& metaData) {
-  const bool brotli = metaData.encoding == Encoding::Brotli;
-  AttributeStarts starts;
-  std::size_t at = 0;
-  for (const Attribute& attribute : metaData.attributes) {
-    const std::string_view name = attribute.name;
-    if (metaData.findReadable(name) != nullptr) {
-      if (name == "position") starts.position = at;
-      if (name == "rgb") starts.color = at;
-      if (name == "intensity") starts.intensity = at;
-      if (name == "classification") starts.classification = at;
-      if (name == "visibility") starts.visibility = at;
-      if (name == "normal_oct16") starts.normalOct16 = at;
-      if (name == "NormalX") starts.normalXyz[0] = at;
-      if (name == "NormalY") starts.normalXyz[1] = at;
-      if (name == "NormalZ") starts.normalXyz[2] = at;
-    }
-    if (brotli && name == "position") {
-      at += kPositionCodeSize;
-    } else if (brotli && name == "rgb") {
-      at += kColorCodeSize;
-    } else {
-      at += static_cast<std::size_t>(attribute.size);
-    }
-  }
-  starts.stride = at;
-  if (std::count(starts.normalXyz.begin(), starts.normalXyz.end(), AttributeStarts::kAbsent) != 0) {
-    starts.normalXyz.fill(AttributeStarts::kAbsent);
-  }
-  return starts;
-}
-
 /// The values of one attribute: the first one's place, and the step to the next.
 struct Values {
   const std::byte* first;
@@ -128,6 +96,25 @@ void writeGreys(const NodeFormat& format, const std::vector<std::uint16_t>& inte
   }
 }
 
+/// Writes a range of points into an extra column.
+void writeExtra(const NodeFormat& format, const ExtraAttribute& extra, std::span<const std::byte> data,
+                std::size_t numPoints, PointRange range, const StoredPoints& stored,
+                Math::NodePoints& points) {
+  const std::size_t size = points.extras().attributes()[extra.column].size();
+  const auto store = [&](const void* values, std::size_t step) {
+    points.storeExtra(extra.column, range.first, range.count, static_cast<const std::byte*>(values), step);
+  };
+  if (extra.form == ColumnForm::Position) {
+    store(stored.positions.data(), size);
+  } else if (extra.form == ColumnForm::Color) {
+    store(stored.colors.data(), size);
+  } else if (format.encoding == Encoding::Brotli) {
+    store(data.data() + extra.start * numPoints + range.first * size, size);
+  } else {
+    store(data.data() + range.first * format.starts.stride + extra.start, format.starts.stride);
+  }
+}
+
 /// The columns of a container that one decode writes; null where the octree does not store the attribute.
 struct TargetColumns {
   float* positions = nullptr;
@@ -168,9 +155,10 @@ struct TargetColumns {
 
 }  // namespace
 
-NodeFormat::NodeFormat(const MetaData& metaData, double factor)
+NodeFormat::NodeFormat(const MetaData& metaData, double factor, std::span<const Math::Attribute> wanted)
     : encoding(metaData.encoding),
       starts(attributeStarts(metaData)),
+      extras(extraAttributes(metaData, wanted)),
       bytesPerPoint(metaData.encoding == Encoding::Brotli ? starts.stride : metaData.bytesPerPoint),
       scale(metaData.scale),
       positionFactor(factor),
@@ -232,6 +220,7 @@ std::size_t decodeNode(const NodeFormat& format, std::span<const std::byte> data
   if (count > points.size()) points.resize(count);
   if (count == 0) return 0;
   const TargetColumns target(format.starts, count, points);
+  for (const ExtraAttribute& extra : format.extras) points.prepareExtra(extra.column, count);
   StoredPoints stored;
   for (std::size_t first = 0; first < count; first += kBlockSize) {
     const PointRange range{first, std::min(kBlockSize, count - first)};
@@ -241,6 +230,9 @@ std::size_t decodeNode(const NodeFormat& format, std::span<const std::byte> data
       decodeDefault(format.starts, data, range, stored);
     }
     target.write(format, stored, first);
+    for (const ExtraAttribute& extra : format.extras) {
+      writeExtra(format, extra, data, count, range, stored, points);
+    }
   }
   return count;
 }

@@ -7,37 +7,24 @@
 #include <vector>
 
 #include "math/SoAPointContainer.h"
+#include "octree/potree/AttributePlaces.h"
 #include "octree/potree/MetaData.h"
 
 namespace PoTree {
-
-/// Where the attributes that are read stand in a node's data: the sum of the bytes a point of the attributes
-/// before. In uncompressed data that is the offset in a record, in brotli data the block's start divided by
-/// the number of points.
-struct AttributeStarts {
-  static constexpr std::size_t kAbsent = SIZE_MAX;
-
-  std::size_t position = kAbsent;
-  std::size_t color = kAbsent;
-  std::size_t intensity = kAbsent;
-  std::size_t classification = kAbsent;
-  std::size_t visibility = kAbsent;
-  std::size_t normalOct16 = kAbsent;
-  std::array<std::size_t, 3> normalXyz{kAbsent, kAbsent, kAbsent};  ///< all three or none
-  std::size_t stride = 0;                                           ///< the sum over all attributes
-};
 
 /// What the decoder needs to know of an octree; the same for all its nodes.
 struct NodeFormat {
   Encoding encoding = Encoding::Uncompressed;
   AttributeStarts starts;
-  std::uint64_t bytesPerPoint = 0;  ///< of decompressed data; what a node's number of points is counted by
+  std::vector<ExtraAttribute> extras;  ///< those that fill extra columns
+  std::uint64_t bytesPerPoint = 0;     ///< of decompressed data; what a node's number of points is counted by
   std::array<double, 3> scale{};
   double positionFactor = 1;
   std::array<std::uint16_t, 2> intensityRange{0, 65535};
 
   /// @param positionFactor  applied to every coordinate after the scale.
-  NodeFormat(const MetaData& metaData, double positionFactor);
+  /// @param wanted          the extra columns of the containers that are decoded into.
+  NodeFormat(const MetaData& metaData, double positionFactor, std::span<const Math::Attribute> wanted = {});
 };
 
 /// Points [first, first + count) of a node.
@@ -72,7 +59,8 @@ void decodeBrotli(const AttributeStarts& starts, std::span<const std::byte> data
 
 /// Decodes the whole points that @p data (decompressed) holds into the columns of @p points, from index 0 on.
 /// The container grows where it holds fewer; columns that are not stored stay as they are. Colours are those
-/// stored or, without colours, the intensities as grey. Pure.
+/// stored or, without colours, the intensities as grey. Extra columns get the values as stored. Pure.
+/// @param format  made with the extra columns of @p points.
 /// @return the number of points in @p data.
 /// @throws std::invalid_argument when the attributes' sizes add up to more than bytesPerPoint.
 std::size_t decodeNode(const NodeFormat& format, std::span<const std::byte> data, Math::NodePoints& points);

@@ -18,6 +18,8 @@
 
 namespace PoTree {
 
+struct NodeFormat;
+
 /// The nodes of a Potree octree: finds them, hierarchy chunk by hierarchy chunk as lookups reach them, and
 /// loads their points. Octrees that hold further attributes of the same points are merged into what it loads.
 /// Threads: all calls are safe together; no lock is held while bytes are fetched or decoded.
@@ -41,8 +43,8 @@ class PotreeTree {
   [[nodiscard]] std::shared_ptr<Node> nodeById(Octree::OctreeNodeId id, std::stop_token stopToken);
 
   /// Loads the node's points into @p points: the stored columns of this octree, then those of the external
-  /// ones. False when a stop was requested or anything could not be read; of the latter unreadableNodes()
-  /// says why.
+  /// ones; likewise the extra columns that the container has. False when a stop was requested or anything
+  /// could not be read; of the latter unreadableNodes() says why.
   /// @param appending  whether this octree adds its columns to points that are there already.
   bool loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& points, std::stop_token stopToken,
                       bool appending);
@@ -63,7 +65,8 @@ class PotreeTree {
   [[nodiscard]] bool isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_token stopToken);
 
   bool getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken);
-  [[nodiscard]] bool applyVisibilityHint(const Node& node, Math::NodePoints& points) const;
+  [[nodiscard]] bool applyVisibilityHint(const Node& node, const NodeFormat& format,
+                                         Math::NodePoints& points) const;
   void noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count, std::uint64_t bytesPerPoint);
   /// Unless a stop was requested: what was not read then is no damage.
   void noteFailure(Octree::OctreeNodeId id, const std::string& reason, const std::stop_token& stopToken);

@@ -1,5 +1,6 @@
 // The part of PotreeTree that loads the points of nodes.
 
+#include <algorithm>
 #include <exception>
 #include <string>
 #include <utility>
@@ -33,12 +34,12 @@ bool PotreeTree::loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& point
 
 bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken) {
   if (node.numPoints == 0) return true;
-  const NodeFormat format(metaData(), positionFactor_);
+  const NodeFormat format(metaData(), positionFactor_, points.extras().attributes());
   if (node.byteSize == 0) {
     noteDamage(node, 0, 0, format.bytesPerPoint);
     return true;
   }
-  if (applyVisibilityHint(node, points)) return true;
+  if (applyVisibilityHint(node, format, points)) return true;
   const std::string fetched = location_->fetchOctreeChunk(node.byteOffset, node.byteSize, stopToken).get();
   if (stopToken.stop_requested()) return false;
   const std::string file = location_->toString() + "/octree.bin";
@@ -62,12 +63,17 @@ bool PotreeTree::getNodePointData(const Node& node, Math::NodePoints& points, st
 }
 
 /// An octree of nothing but visibility can say for a whole node that all its points are hidden or visible.
-bool PotreeTree::applyVisibilityHint(const Node& node, Math::NodePoints& points) const {
+bool PotreeTree::applyVisibilityHint(const Node& node, const NodeFormat& format,
+                                     Math::NodePoints& points) const {
   const bool applies = metaData().stored.visibility && metaData().attributes.size() == 1 &&
                        (node.visibilityHint == 1 || node.visibilityHint == 2);
   if (!applies) return false;
-  for (std::uint8_t& visible : points.prepareVisibility(points.size())) {
-    visible = static_cast<std::uint8_t>(node.visibilityHint - 1);
+  const auto visible = static_cast<std::uint8_t>(node.visibilityHint - 1);
+  const std::span<std::uint8_t> column = points.prepareVisibility(points.size());
+  std::fill(column.begin(), column.end(), visible);
+  for (const ExtraAttribute& extra : format.extras) {  // of this octree: its only attribute
+    const std::span<std::byte> extraColumn = points.prepareExtra(extra.column, points.size());
+    std::fill(extraColumn.begin(), extraColumn.end(), std::byte{visible});
   }
   return true;
 }

@@ -71,13 +71,36 @@ TEST(MetaData, GivesTheAttributeTable) {
                                       .set("/attributes/2/description", "\"what it is\"")
                                       .set("/attributes/2/histogram", "[0, 7, 4294967296]"));
   ASSERT_EQ(metaData.attributes.size(), 4U);
-  const PoTree::Attribute classes{"classification", "what it is",         1, 1, 1, "uint8", {0},
-                                  {1000},           {0, 7, 4'294'967'296}};
+  const PoTree::Attribute classes{"classification", "what it is",          1,  1, 1, "uint8", {0},
+                                  {1000},           {0, 7, 4'294'967'296}, {}, {}};
   EXPECT_EQ(metaData.attributes[2], classes);
   EXPECT_EQ(metaData.attributes[3].name, "rgb");
   EXPECT_EQ(metaData.attributes[3].numElements, 3);
   EXPECT_EQ(metaData.attributes[3].elementSize, 2);
   EXPECT_EQ(metaData.intensityRange, (std::array<std::uint16_t, 2>{12, 345}));
+}
+
+TEST(MetaData, GivesScaleAndOffsetOfAttributes) {
+  const MetaData metaData = parse(PotreeFiles()
+                                      .set("/description", "\"a quarry\"")
+                                      .set("/attributes/1/scale", "[0.25]")
+                                      .set("/attributes/1/offset", "[-7]")
+                                      .set("/attributes/3/scale", "[1, 2, 3]"));
+  EXPECT_EQ(metaData.description, "a quarry");
+  EXPECT_EQ(metaData.attributes[1].scale, std::vector{0.25});
+  EXPECT_EQ(metaData.attributes[1].offset, std::vector{-7.0});
+  EXPECT_EQ(metaData.attributes[3].scale, (std::vector{1.0, 2.0, 3.0}));
+  EXPECT_TRUE(metaData.attributes[3].offset.empty());
+  EXPECT_TRUE(metaData.attributes[2].scale.empty());
+}
+
+TEST(MetaData, TakesScalesThatAreNotOneNumberAnElementForNone) {
+  for (const char* scale : {"[1, 2]", "[]", "1", "[\"1\"]", "null", "{}"}) {
+    const MetaData metaData =
+        parse(PotreeFiles().set("/attributes/1/scale", scale).set("/attributes/1/offset", scale));
+    EXPECT_TRUE(metaData.attributes[1].scale.empty()) << scale;
+    EXPECT_TRUE(metaData.attributes[1].offset.empty()) << scale;
+  }
 }
 
 TEST(MetaData, NamesAMissingKey) {

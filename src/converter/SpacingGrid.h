@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "converter/CubePoint.h"
+
+namespace Converter {
+
+/// The points that an inner node has taken, by place: tells whether one more keeps the node's spacing, a
+/// 128th of its edge. Integer arithmetic: distances are too short by less than two units of the cube, which
+/// are added to the spacing.
+class SpacingGrid {
+ public:
+  SpacingGrid();
+
+  /// Forgets all points and turns to a node of that level.
+  void begin(unsigned level);
+
+  /// Takes the point, which lies in the node (not checked), unless one that was taken is nearer than the
+  /// spacing.
+  [[nodiscard]] bool take(const CubePoint& p);
+
+ private:
+  struct Taken {
+    CubePoint point;     // relative to the node, in units of the node's edge / 2^32
+    std::uint32_t next;  // of the same cell: its number + 1; 0: none
+  };
+
+  [[nodiscard]] unsigned occupied(std::uint32_t row, std::uint32_t x) const;
+  [[nodiscard]] bool isFree(const CubePoint& p, std::uint32_t cell) const;
+
+  unsigned level_ = 0;
+  std::uint64_t leastDistanceSquared_ = 0;
+  // Cells have the spacing's size. Most are empty, so a bit for each tells which ones to look into; rows
+  // have a margin of one cell on every side, which is always empty.
+  std::vector<std::uint8_t> occupied_;
+  std::vector<std::uint32_t>
+      heads_;  // by cell: the number + 1 of its last point; of no meaning for empty ones
+  std::vector<Taken> taken_;
+};
+
+}  // namespace Converter
