@@ -232,6 +232,28 @@ TEST(LasPoints, AreTheSameOneByOneAndInLargeBlocks) {
   }
 }
 
+TEST(LasPoints, AreTheSameWithAllAttributesAtOnceAndOneAtATime) {
+  constexpr std::size_t kCount = 300;
+  std::mt19937 random(8);
+  for (std::uint8_t format = 0; format <= 10; ++format) {
+    std::string records(kCount * Formats::lasRecordSize(format), '\0');
+    for (char& c : records) c = static_cast<char>(random());
+    const LasPointDecoder decoder(format, Formats::lasRecordSize(format), {});
+    const std::string all = decodeAll(decoder, records);
+    const std::size_t stride = all.size() / kCount;
+    std::string apart(all.size(), '\0');
+    std::size_t offset = 0;
+    for (std::size_t i = 0; i < decoder.attributes().size(); ++i) {
+      std::vector<std::size_t> offsets(decoder.attributes().size(), LasPointDecoder::kUnwanted);
+      offsets[i] = offset;
+      offset += decoder.attributes()[i].size();
+      decoder.decode(std::as_bytes(std::span(records)), reinterpret_cast<std::byte*>(apart.data()), stride,
+                     offsets);
+    }
+    EXPECT_EQ(all, apart) << "format " << int{format};
+  }
+}
+
 TEST(LasPoints, GiveTheirStoredCoordinates) {
   const std::string records = std::string(LasPointDecoder(0, 20, {}).recordLength(), '\0');
   std::string two = records + records;

@@ -111,7 +111,7 @@ LasFile& LasFile::tail(const std::string& bytes) {
 }
 
 std::string LasFile::header(std::size_t pointOffset, std::size_t evlrOffset) const {
-  const std::uint64_t count = statedPoints_ == UINT64_MAX ? records_.size() : statedPoints_;
+  const std::uint64_t count = statedPoints_.value_or(records_.size());
   std::string head = "LASF";
   put(head, 6, globalEncoding_);
   put(head, 24, std::uint8_t{1});

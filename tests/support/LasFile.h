@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,7 +74,7 @@ class LasFile {
   std::uint32_t numEvlrs_ = 0;
   std::string gap_;
   std::vector<std::string> records_;
-  std::uint64_t statedPoints_ = UINT64_MAX;
+  std::optional<std::uint64_t> statedPoints_;
   std::string tail_;
   std::vector<Patch> patches_;
 };
