@@ -1,9 +1,9 @@
-#include "support/SurveyScene.h"
+#include "sample/SurveyScene.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace Testing {
+namespace Sample {
 namespace {
 
 // One random field each.
@@ -183,4 +183,4 @@ SurveyBeam SurveyScene::beam(double x, double y, RandomBits& random) const {
   return beam;
 }
 
-}  // namespace Testing
+}  // namespace Sample

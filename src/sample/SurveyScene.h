@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
-namespace Testing {
+namespace Sample {
 
 /// Classes of LAS 1.4 that the scene has.
 enum class SurveyClass : std::uint8_t {
@@ -78,4 +78,4 @@ class SurveyScene {
   std::uint64_t seed_;
 };
 
-}  // namespace Testing
+}  // namespace Sample
