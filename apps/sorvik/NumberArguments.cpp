@@ -32,6 +32,17 @@ double parseNumber(std::string_view option, std::string_view text) {
   return number;
 }
 
+std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most) {
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error == std::errc::invalid_argument || stop != end) refuse(option, text, "is not a whole number");
+  if (error == std::errc::result_out_of_range || number > most) {
+    throw CallError(std::string(option) + ": at most " + std::to_string(most) + " is possible");
+  }
+  return number;
+}
+
 std::vector<double> parseNumbers(std::string_view option, std::string_view text) {
   std::vector<double> numbers;
   for (;;) {

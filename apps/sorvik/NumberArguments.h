@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -10,6 +11,10 @@ namespace Program {
 /// @param option  what the number was given for, as messages name it: "--min-spacing".
 /// @throws CallError for anything else, and for numbers that are not finite or too large for a float.
 [[nodiscard]] double parseNumber(std::string_view option, std::string_view text);
+
+/// A whole number from 0 to @p most, digits alone.
+/// @throws CallError for anything else.
+[[nodiscard]] std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most);
 
 /// Numbers with a comma between each two. An empty text is one empty number, which is refused.
 [[nodiscard]] std::vector<double> parseNumbers(std::string_view option, std::string_view text);

@@ -6,6 +6,7 @@
 /// wrong one is a std::invalid_argument, thrown before anything is changed. All coordinates are single
 /// precision.
 
+#include "Sorvik/AttributeType.h"
 #include "Sorvik/BoundingBox.h"
 #include "Sorvik/BoundingRectangle.h"
 #include "Sorvik/Circle.h"
@@ -20,9 +21,11 @@
 #include "Sorvik/Plane.h"
 #include "Sorvik/PointChunk.h"
 #include "Sorvik/PointCloud.h"
+#include "Sorvik/PointFileWriter.h"
 #include "Sorvik/PointIterators.h"
 #include "Sorvik/Polygon.h"
 #include "Sorvik/ResultPointInfo.h"
+#include "Sorvik/Sample.h"
 #include "Sorvik/Span.h"
 #include "Sorvik/Sphere.h"
 #include "Sorvik/Version.h"
