@@ -35,7 +35,7 @@ PointFileColumn columnOf(const Sorvik::PointChunk& chunk, std::string_view name)
 std::vector<Sorvik::PointFileAttribute> standardAttributes(const PointLayout& layout) {
   std::vector<Sorvik::PointFileAttribute> attributes;
   const auto add = [&attributes](const char* name, AttributeType type, unsigned numElements) {
-    attributes.push_back({name, type, numElements, {}, {}, {}});
+    attributes.push_back({name, type, numElements});
   };
   if (layout.intensities) add("intensity", AttributeType::UInt16, 1);
   if (layout.colors) add("rgb", AttributeType::UInt8, 3);

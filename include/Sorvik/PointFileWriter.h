@@ -20,12 +20,12 @@ namespace Sorvik {
 struct PointFileAttribute {
   std::string name;  ///< UTF-8
   AttributeType type = AttributeType::UInt8;
-  unsigned numElements = 1;  ///< values a point
-  std::string description;   ///< LAS alone has a place for it
+  unsigned numElements = 1;      ///< values a point
+  std::string description = {};  ///< LAS alone has a place for it
   /// value = stored * scale + offset: one number an element, or empty where stored values are the values.
   /// LAS keeps all three numbers, the other formats get the value.
-  std::vector<double> scale;
-  std::vector<double> offset;
+  std::vector<double> scale = {};
+  std::vector<double> offset = {};
 };
 
 /// What a point file is to hold.

@@ -23,7 +23,7 @@ PointFileLayout surveyLayout() {
   layout.scale.fill(SurveyGenerator::kScale);
   layout.offset = SurveyGenerator::kOrigin;
   const auto add = [&layout](const char* name, AttributeType type, unsigned numElements = 1) {
-    layout.attributes.push_back({name, type, numElements, {}, {}, {}});
+    layout.attributes.push_back({name, type, numElements});
   };
   add("intensity", AttributeType::UInt16);
   add("return number", AttributeType::UInt8);

@@ -95,7 +95,7 @@ TEST_F(PointFile, NeedsAFolder) {
 
 TEST_F(PointFile, IsNamedWhenItMayNotGrow) {
   rowOfPoints(5000).write(path("cloud"));
-  for (const char* const name : {"out.csv", "out.ply"}) {
+  for (const char* const name : {"out.csv", "out.las", "out.ply"}) {
     const ProcessResult result =
         runShell("ulimit -f 8; exec \"$0\" points '" + path("cloud") + "' -o '" + path(name) + "'");
     EXPECT_EQ(result.status, 1);
