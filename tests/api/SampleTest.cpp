@@ -31,7 +31,9 @@ T at(const std::string& bytes, std::size_t offset) {
   return value;
 }
 
-TEST(MakeSample, MakesThisFileOnEveryMachine) { EXPECT_EQ(hashOf(sample("a.las", 300'000, 1)), 18083427923702070702U); }
+TEST(MakeSample, MakesThisFileOnEveryMachine) {
+  EXPECT_EQ(hashOf(sample("a.las", 300'000, 1)), 18083427923702070702U);
+}
 
 TEST(MakeSample, DiffersWithTheSeed) { EXPECT_NE(sample("a.las", 1000, 1), sample("a.las", 1000, 2)); }
 
