@@ -10,8 +10,8 @@ namespace Sorvik {
 
 /// How a sample is made; the defaults are those of the program.
 struct SampleOptions {
-  /// Called after each part of the points, at most a million, with the number written so far. What it throws
-  /// ends the work, and no file appears.
+  /// Called after each part of the work, a fraction of a second, with the number of points written so far.
+  /// What it throws ends the work, and no file appears.
   std::function<void(std::uint64_t numPoints)> onProgress;
 };
 

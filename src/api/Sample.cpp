@@ -1,6 +1,8 @@
 #include "Sorvik/Sample.h"
 
 #include <array>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "Sorvik/PointFileWriter.h"
@@ -47,19 +49,6 @@ PointFileColumn columnOf(const std::vector<SurveyPoint>& points, const Member& o
   return {attributeTypeOf<Member>(), &ofFirst, (points.size() - 1) * stride + numElements, stride};
 }
 
-/// The points of some lines.
-std::vector<SurveyPoint> makeLines(const SurveyGenerator& survey, std::uint64_t firstLine,
-                                   std::uint64_t endLine) {
-  const std::uint64_t first = survey.lineStart(firstLine);
-  std::vector<SurveyPoint> points(survey.lineStart(endLine) - first);
-  ::Core::parallelFor(endLine - firstLine, [&](std::size_t i) {
-    const std::uint64_t line = firstLine + i;
-    const std::uint64_t start = survey.lineStart(line);
-    survey.makeLine(line, std::span(points).subspan(start - first, survey.lineStart(line + 1) - start));
-  });
-  return points;
-}
-
 void writePoints(const std::vector<SurveyPoint>& points, PointFileWriter& writer) {
   if (points.empty()) return;
   std::vector<double> positions;
@@ -78,6 +67,27 @@ void writePoints(const std::vector<SurveyPoint>& points, PointFileWriter& writer
                                      columnOf(points, at.gpsTime, 1), columnOf(points, at.rgb[0], 3)});
 }
 
+/// The line behind those of the part that begins with @p line.
+std::uint64_t endOfPart(const SurveyGenerator& survey, std::uint64_t line) {
+  const std::uint64_t start = survey.lineStart(line);
+  while (line < survey.lineCount() && survey.lineStart(line) - start < kPartPoints) ++line;
+  return line;
+}
+
+/// Makes the points of some lines, and writes those made before meanwhile, in whose place they come.
+void makeAndWrite(const SurveyGenerator& survey, std::uint64_t firstLine, std::uint64_t endLine,
+                  std::vector<SurveyPoint>& points, PointFileWriter& writer) {
+  const std::uint64_t first = survey.lineStart(firstLine);
+  std::vector<SurveyPoint> made(survey.lineStart(endLine) - first);
+  ::Core::parallelFor(1 + endLine - firstLine, [&](std::size_t i) {
+    if (i == 0) return writePoints(points, writer);
+    const std::uint64_t line = firstLine + i - 1;
+    const std::uint64_t start = survey.lineStart(line);
+    survey.makeLine(line, std::span(made).subspan(start - first, survey.lineStart(line + 1) - start));
+  });
+  points = std::move(made);
+}
+
 }  // namespace
 
 void makeSample(const std::wstring& path, std::uint64_t numPoints, std::uint64_t seed,
@@ -85,13 +95,15 @@ void makeSample(const std::wstring& path, std::uint64_t numPoints, std::uint64_t
   checkArgument(numPoints <= kMostPoints, "a sample has at most 10^12 points");
   PointFileWriter writer(path, surveyLayout());
   const SurveyGenerator survey(numPoints, seed);
+  std::vector<SurveyPoint> points;
   for (std::uint64_t line = 0; line < survey.lineCount();) {
-    const std::uint64_t first = line;
-    const std::uint64_t start = survey.lineStart(first);
-    while (line < survey.lineCount() && survey.lineStart(line) - start < kPartPoints) ++line;
-    writePoints(makeLines(survey, first, line), writer);
+    const std::uint64_t end = endOfPart(survey, line);
+    makeAndWrite(survey, line, end, points, writer);
     if (options.onProgress) options.onProgress(writer.numPoints());
+    line = end;
   }
+  writePoints(points, writer);
+  if (options.onProgress) options.onProgress(writer.numPoints());
   writer.close();
 }
 
