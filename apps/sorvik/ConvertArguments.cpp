@@ -121,7 +121,7 @@ ConvertOptions ConvertArguments::options() const {
   if (!scale_.empty()) converter.scale = scaleOf(scale_);
   if (!memory_.empty()) converter.memoryBudget = memoryOf(memory_);
   if (!threads_.empty()) {
-    converter.threads = static_cast<unsigned>(parseCount("--threads", threads_, kMostThreads));
+    converter.threads = static_cast<unsigned>(parseCount("--threads", threads_, 1, kMostThreads));
   }
   converter.temporaryFolder = widePath(temporaryFolder_);
   return options;

@@ -42,13 +42,15 @@ std::vector<double> parseNumbers(std::string_view option, std::string_view text)
   }
 }
 
-std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most) {
+std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t least,
+                         std::uint64_t most) {
   std::uint64_t count = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, count);
   if (error == std::errc::invalid_argument || stop != end) refuse(option, text, "is not a whole number");
-  if (error == std::errc::result_out_of_range || count < 1 || count > most)
+  if (error == std::errc::result_out_of_range || count < least || count > most) {
     refuse(option, text, "is out of range");
+  }
   return count;
 }
 

@@ -75,6 +75,10 @@ class SORVIK_API PointCloud {
   /// Element i is the number of points of class i, as the metadata state it; empty when they do not.
   [[nodiscard]] std::vector<std::uint64_t> classHistogram() const;
 
+  /// The coordinate system as the cloud's writer states it, in its own notation (WKT, a proj4 string, "EPSG:"
+  /// and a code); or empty.
+  [[nodiscard]] std::string projection() const;
+
   /// "potree" or "entwine".
   [[nodiscard]] std::string formatName() const;
   /// The names of all stored attributes, as stored.

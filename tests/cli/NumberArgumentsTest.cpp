@@ -54,14 +54,14 @@ TEST(NumberArguments, RefuseEmptyItems) {
 }
 
 TEST(NumberArguments, AreCountsFromOneToALimit) {
-  EXPECT_EQ(parseCount("--n", "1", 8), 1U);
-  EXPECT_EQ(parseCount("--n", "8", 8), 8U);
+  EXPECT_EQ(parseCount("--n", "1", 1, 8), 1U);
+  EXPECT_EQ(parseCount("--n", "8", 1, 8), 8U);
   for (const char* const text : {"0", "9", "18446744073709551616"}) {
-    EXPECT_THAT([&] { (void)parseCount("--n", text, 8); },
+    EXPECT_THAT([&] { (void)parseCount("--n", text, 1, 8); },
                 ThrowsMessage<CallError>("--n: '" + std::string(text) + "' is out of range"));
   }
   for (const char* const text : {"", "-1", "1.5", "2 ", "two"}) {
-    EXPECT_THAT([&] { (void)parseCount("--n", text, 8); },
+    EXPECT_THAT([&] { (void)parseCount("--n", text, 1, 8); },
                 ThrowsMessage<CallError>("--n: '" + std::string(text) + "' is not a whole number"));
   }
 }

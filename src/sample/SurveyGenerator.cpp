@@ -1,9 +1,9 @@
-#include "support/SurveyGenerator.h"
+#include "sample/SurveyGenerator.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace Testing {
+namespace Sample {
 namespace {
 
 constexpr double kDensity = 8;  // points a square metre
@@ -114,4 +114,4 @@ void SurveyGenerator::makeLine(std::uint64_t line, std::span<SurveyPoint> out) c
   }
 }
 
-}  // namespace Testing
+}  // namespace Sample

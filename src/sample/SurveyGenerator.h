@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <span>
 
-#include "support/SurveyScene.h"
+#include "sample/SurveyScene.h"
 
-namespace Testing {
+namespace Sample {
 
 /// A point as an airborne scanner delivers it, in the units of LAS 1.4, point format 7.
 struct SurveyPoint {
@@ -58,4 +58,4 @@ class SurveyGenerator {
   std::uint64_t linesPerStrip_;
 };
 
-}  // namespace Testing
+}  // namespace Sample

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
-namespace Testing {
+namespace Sample {
 
 /// Classes of LAS 1.4 that the scene has.
 enum class SurveyClass : std::uint8_t {
@@ -45,7 +45,7 @@ struct SurveyBeam {
 /// Threads: const calls are safe together.
 class SurveyScene {
  public:
-  explicit SurveyScene(std::uint64_t seed) : seed_(seed) {}
+  explicit SurveyScene(std::uint64_t seed);
 
   /// What a beam straight down meets: 1 to 3 surfaces.
   [[nodiscard]] SurveyBeam beam(double x, double y, RandomBits& random) const;
@@ -65,8 +65,9 @@ class SurveyScene {
     double radius, height;
   };
 
-  [[nodiscard]] double chance(std::uint64_t salt, std::int64_t i, std::int64_t j) const;
-  [[nodiscard]] double noise(std::uint64_t salt, double wavelength, double x, double y) const;
+  [[nodiscard]] std::uint64_t column(std::size_t salt, std::int64_t i) const;
+  [[nodiscard]] double chance(std::size_t salt, std::int64_t i, std::int64_t j) const;
+  [[nodiscard]] double noise(std::size_t salt, double wavelength, double x, double y) const;
   [[nodiscard]] double riverDistance(double x, double y) const;
   [[nodiscard]] std::optional<House> houseOnLotOf(double x, double y) const;
   [[nodiscard]] std::optional<Tree> treeOfCell(double x, double y) const;
@@ -75,7 +76,8 @@ class SurveyScene {
   void addTreeAt(double x, double y, double ground, RandomBits& random, SurveyBeam& beam) const;
   [[nodiscard]] SurveySurface groundAt(double x, double y, double ground) const;
 
-  std::uint64_t seed_;
+  static constexpr std::size_t kFields = 17;
+  std::array<std::uint64_t, kFields> seeds_{};  // of the random fields
 };
 
-}  // namespace Testing
+}  // namespace Sample

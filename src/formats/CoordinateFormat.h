@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace Program {
+namespace Formats {
 
 /// How the coordinates of one axis are written: with as many decimals as the step between them has, since
 /// more would show the noise of floats; with 17 significant digits where the step is no short decimal number.
@@ -28,4 +28,4 @@ class CoordinateFormat {
   double factor_ = 1;
 };
 
-}  // namespace Program
+}  // namespace Formats

@@ -5,9 +5,9 @@
 #include <limits>
 #include <random>
 
-#include "sorvik/CoordinateFormat.h"
+#include "formats/CoordinateFormat.h"
 
-namespace Program {
+namespace Formats {
 namespace {
 
 TEST(CoordinateFormat, HasTheDecimalsOfTheScale) {
@@ -57,4 +57,4 @@ TEST(CoordinateFormat, AgreesWithTheLibraryOnEveryMultipleOfTheStep) {
 }
 
 }  // namespace
-}  // namespace Program
+}  // namespace Formats

@@ -1,13 +1,13 @@
-#include "support/SurveyScene.h"
+#include "sample/SurveyScene.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace Testing {
+namespace Sample {
 namespace {
 
 // One random field each.
-enum Salt : std::uint64_t {
+enum Salt : std::size_t {
   kHills,
   kSlopes,
   kBumps,
@@ -24,7 +24,8 @@ enum Salt : std::uint64_t {
   kTreeX,
   kTreeY,
   kTreeSize,
-  kGrass
+  kGrass,
+  kSalts
 };
 
 constexpr double kRiverLevel = 378;
@@ -48,6 +49,11 @@ bool onRoad(double x, double y, double margin) {
   return std::min(right, up) < kRoadWidth + margin || std::max(right, up) > kLot - margin;
 }
 
+/// The value in [0, 1) of a lattice point.
+double chanceOf(std::uint64_t column, std::int64_t j) {
+  return toUnit(mixBits(column + static_cast<std::uint64_t>(j) * 0xd1342543de82ef95U));
+}
+
 SurveyClass vegetationOfHeight(double height) {
   if (height < 1) return SurveyClass::LowVegetation;
   return height < 4 ? SurveyClass::MediumVegetation : SurveyClass::HighVegetation;
@@ -55,20 +61,32 @@ SurveyClass vegetationOfHeight(double height) {
 
 }  // namespace
 
-double SurveyScene::chance(std::uint64_t salt, std::int64_t i, std::int64_t j) const {
-  const std::uint64_t row =
-      mixBits(mixBits(seed_ + salt * 0x9e3779b97f4a7c15U) + static_cast<std::uint64_t>(i));
-  return toUnit(mixBits(row + static_cast<std::uint64_t>(j) * 0xd1342543de82ef95U));
+SurveyScene::SurveyScene(std::uint64_t seed) {
+  static_assert(kSalts == kFields);
+  for (std::uint64_t salt = 0; salt < kFields; ++salt) {
+    seeds_[salt] = mixBits(seed + salt * 0x9e3779b97f4a7c15U);
+  }
+}
+
+/// What the values of column @p i of a random field are made of.
+std::uint64_t SurveyScene::column(std::size_t salt, std::int64_t i) const {
+  return mixBits(seeds_[salt] + static_cast<std::uint64_t>(i));
+}
+
+double SurveyScene::chance(std::size_t salt, std::int64_t i, std::int64_t j) const {
+  return chanceOf(column(salt, i), j);
 }
 
 /// A smooth random field with values from 0 to 1: random values on a lattice, blended between its points.
-double SurveyScene::noise(std::uint64_t salt, double wavelength, double x, double y) const {
+double SurveyScene::noise(std::size_t salt, double wavelength, double x, double y) const {
   const std::int64_t i = cellOf(x, wavelength);
   const std::int64_t j = cellOf(y, wavelength);
   const double tx = smoothStep(x / wavelength - static_cast<double>(i));
   const double ty = smoothStep(y / wavelength - static_cast<double>(j));
-  return mix(mix(chance(salt, i, j), chance(salt, i + 1, j), tx),
-             mix(chance(salt, i, j + 1), chance(salt, i + 1, j + 1), tx), ty);
+  const std::uint64_t left = column(salt, i);
+  const std::uint64_t right = column(salt, i + 1);
+  return mix(mix(chanceOf(left, j), chanceOf(right, j), tx),
+             mix(chanceOf(left, j + 1), chanceOf(right, j + 1), tx), ty);
 }
 
 /// From the middle of the river, across it.
@@ -183,4 +201,4 @@ SurveyBeam SurveyScene::beam(double x, double y, RandomBits& random) const {
   return beam;
 }
 
-}  // namespace Testing
+}  // namespace Sample

@@ -1,4 +1,4 @@
-#include "sorvik/CoordinateFormat.h"
+#include "formats/CoordinateFormat.h"
 
 #include <array>
 #include <charconv>
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string_view>
 
-namespace Program {
+namespace Formats {
 namespace {
 
 constexpr int kMostDecimals = 15;  // what every double holds
@@ -64,4 +64,4 @@ std::string CoordinateFormat::text(double value) const {
   return {buffer.data(), write(value, buffer.data())};
 }
 
-}  // namespace Program
+}  // namespace Formats

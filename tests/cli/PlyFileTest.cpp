@@ -5,7 +5,6 @@
 
 #include "cli/Program.h"
 #include "cli/SmallCloud.h"
-#include "sorvik/PlyWriter.h"
 #include "support/SampleData.h"
 #include "support/TempFolder.h"
 
@@ -33,18 +32,18 @@ class Record {
   std::string_view bytes_;
 };
 
-struct PlyFile {
+struct PlyParts {
   std::string header;
   std::string body;
 };
 
-PlyFile split(const std::string& bytes) {
+PlyParts split(const std::string& bytes) {
   const std::string mark = "end_header\n";
   const std::size_t end = bytes.find(mark) + mark.size();
   return {bytes.substr(0, end), bytes.substr(end)};
 }
 
-PlyFile writtenFrom(const SmallCloud& cloud, const std::vector<std::string>& options = {}) {
+PlyParts writtenFrom(const SmallCloud& cloud, const std::vector<std::string>& options = {}) {
   const TempFolder folder;
   cloud.write(folder.path() / "cloud");
   std::vector<std::string> arguments{"points", (folder.path() / "cloud").string(), "-o",
@@ -54,10 +53,10 @@ PlyFile writtenFrom(const SmallCloud& cloud, const std::vector<std::string>& opt
   return split(readFile(folder.path() / "out.ply"));
 }
 
-TEST(PlyWriter, NamesTheStoredColumnsInTheirTypes) {
+TEST(PlyFile, NamesTheStoredColumnsInTheirTypes) {
   SmallCloud cloud;
   cloud.normals = true;
-  const PlyFile file = writtenFrom(cloud);
+  const PlyParts file = writtenFrom(cloud);
   EXPECT_THAT(file.header, StartsWith("ply\nformat binary_little_endian 1.0\ncomment "));
   EXPECT_THAT(file.header, EndsWith("\nelement vertex 1\n"
                                     "property double x\nproperty double y\nproperty double z\n"
@@ -66,13 +65,13 @@ TEST(PlyWriter, NamesTheStoredColumnsInTheirTypes) {
                                     "property float nx\nproperty float ny\nproperty float nz\nend_header\n"));
 }
 
-TEST(PlyWriter, WritesARecordForEachPoint) {
+TEST(PlyFile, WritesARecordForEachPoint) {
   SmallCloud cloud;
   cloud.normals = true;
   cloud.points = {
       SmallPoint{},
       {.position = {50, 100, 25}, .intensity = 300, .rgb = {1, 2, 3}, .classIndex = 6, .normal = {0, 0, 1}}};
-  const PlyFile file = writtenFrom(cloud);
+  const PlyParts file = writtenFrom(cloud);
   constexpr std::size_t kRecordSize = 3 * 8 + 3 + 2 + 1 + 3 * 4;
   ASSERT_EQ(file.body.size(), 2 * kRecordSize);
   Record record(std::string_view(file.body).substr(kRecordSize));
@@ -85,11 +84,11 @@ TEST(PlyWriter, WritesARecordForEachPoint) {
   for (const float component : {0.0F, 0.0F, 1.0F}) EXPECT_EQ(record.next<float>(), component);
 }
 
-TEST(PlyWriter, WritesOctreeCoordinatesWhenAskedFor) {
+TEST(PlyFile, WritesOctreeCoordinatesWhenAskedFor) {
   SmallCloud cloud;
   cloud.intensities = cloud.colors = cloud.classification = false;
   cloud.points = {{.position = {50, 100, 25}}};
-  const PlyFile file = writtenFrom(cloud, {"--local"});
+  const PlyParts file = writtenFrom(cloud, {"--local"});
   ASSERT_EQ(file.body.size(), 24U);
   Record record(file.body);
   EXPECT_EQ(record.next<double>(), 0.5);
@@ -97,21 +96,21 @@ TEST(PlyWriter, WritesOctreeCoordinatesWhenAskedFor) {
   EXPECT_EQ(record.next<double>(), 0.25);
 }
 
-TEST(PlyWriter, CountsThePointsOfAShape) {
+TEST(PlyFile, CountsThePointsOfAShape) {
   const SmallCloud cloud = rowOfPoints(1500);
   EXPECT_THAT(writtenFrom(cloud).header, HasSubstr("\nelement vertex 1500\n"));
-  const PlyFile some = writtenFrom(cloud, {"--circle", "1000,2000,0.1"});
+  const PlyParts some = writtenFrom(cloud, {"--circle", "1000,2000,0.1"});
   EXPECT_THAT(some.header, HasSubstr("\nelement vertex 11\n"));
   EXPECT_EQ(some.body.size(), 11U * (24 + 3 + 2 + 1));
   EXPECT_THAT(writtenFrom(cloud, {"--circle", "0,0,1"}).header, HasSubstr("\nelement vertex 0\n"));
 }
 
-TEST(PlyWriter, HoldsThePointsOfARealCloud) {
+TEST(PlyFile, HoldsThePointsOfARealCloud) {
   SORVIK_SAMPLE_OR_SKIP(cloud, "potree/andelskahora");
   const TempFolder folder;
   const std::string path = (folder.path() / "out.PLY").string();
   (void)outputOf({"points", cloud.string(), "-o", path});
-  const PlyFile file = split(readFile(path));
+  const PlyParts file = split(readFile(path));
   const auto positions = allPositions(cloud);
   const std::size_t recordSize = 24 + 3 + 2 + 1;
   ASSERT_EQ(file.body.size(), positions.size() * recordSize);

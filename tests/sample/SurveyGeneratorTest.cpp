@@ -3,13 +3,13 @@
 #include <map>
 #include <vector>
 
+#include "sample/SurveyGenerator.h"
 #include "support/PointRecords.h"
-#include "support/SurveyGenerator.h"
 
 namespace {
 
-using Testing::SurveyGenerator;
-using Testing::SurveyPoint;
+using Sample::SurveyGenerator;
+using Sample::SurveyPoint;
 
 std::vector<SurveyPoint> survey(std::uint64_t points, std::uint64_t seed) {
   const SurveyGenerator generator(points, seed);
@@ -24,7 +24,7 @@ std::vector<SurveyPoint> survey(std::uint64_t points, std::uint64_t seed) {
 TEST(SurveyGenerator, MakesThisSurveyOnEveryMachine) {
   std::uint64_t hash = 0;
   for (const std::byte byte : Testing::surveyRecords(100'000, 1).records) {
-    hash = Testing::mixBits(hash + std::to_integer<std::uint64_t>(byte));
+    hash = Sample::mixBits(hash + std::to_integer<std::uint64_t>(byte));
   }
   EXPECT_EQ(hash, 15628831309898771824U);
 }

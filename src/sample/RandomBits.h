@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace Testing {
+namespace Sample {
 
 /// A bijection of 64 bits in which every input bit moves about half of the output bits (the finaliser of
 /// SplitMix64: Steele, Lea, Flood, "Fast splittable pseudorandom number generators", 2014).
@@ -31,4 +31,4 @@ class RandomBits {
   std::uint64_t state_;
 };
 
-}  // namespace Testing
+}  // namespace Sample
