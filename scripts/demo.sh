@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# A first look at the program: makes a cloud of a million points, describes it, walks all of it and parts of it.
+# A first look at the program: makes a scan of a million points, converts it to an octree, describes that, and takes
+# points out of it.
 #   scripts/demo.sh FOLDER_OF_PROGRAMS
 set -euo pipefail
 readonly bin=$1
@@ -13,10 +14,12 @@ run() {
 }
 
 rm -rf "$folder"
-run make_demo_cloud "$cloud" --points 1000000 --encoding brotli
+mkdir -p "$folder"
+run sorvik make-sample "$folder/survey.las" --points 1000000 --seed 1
+run sorvik convert "$folder/survey.las" -o "$cloud" --progress
 run sorvik info "$cloud"
 run sorvik points "$cloud" --count
-run sorvik points "$cloud" --cylinder 452176,5411176,0,0,0,1,25 --json
-run sorvik points "$cloud" --circle 452176,5411176,25 --min-spacing 1 -o "$folder/circle.ply"
+run sorvik points "$cloud" --sphere 452176,5411176,310,25 --json
+run sorvik points "$cloud" --circle 452176,5411176,25 --min-spacing 1 -o "$folder/circle.las"
 echo
-echo "The cloud is in $cloud, a part of it, thinned, in $folder/circle.ply."
+echo "The octree is in $cloud, a part of it, thinned, in $folder/circle.las."
