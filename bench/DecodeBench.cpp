@@ -1,5 +1,6 @@
 // Decoding nodes of 20,000 points. Uncompressed: against memcpy of the mean of what is read and written, over
 // cold buffers. Brotli: against libbrotli alone on the same bytes, in processor time, and on two threads.
+// Both: with extra columns of all attributes against without.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -142,6 +143,42 @@ void benchBrotli(const PoTree::NodeFormat& format, const std::vector<Node>& node
                 Bench::alternate(kRounds, Bench::wallSeconds, onTwoThreads, decode), kPoints);
 }
 
+/// Decodes with an extra column of every attribute against without, nodes that are decompressed already.
+void benchExtras(const char* what, const PoTree::MetaData& metaData, const std::vector<Node>& nodes) {
+  std::vector<Math::Attribute> columns;
+  for (const PoTree::Attribute& attribute : metaData.attributes) {
+    if (const auto column = PoTree::columnAttribute(metaData, attribute)) columns.push_back(*column);
+  }
+  const auto decodeWith = [&](const std::vector<Math::Attribute>& wanted) {
+    const PoTree::NodeFormat format(metaData, 1, wanted);
+    Math::NodePoints points;
+    points.setExtras(Math::ExtraColumns(wanted));
+    for (const Node& node : nodes) {
+      points.resize(0);
+      PoTree::decodeNode(format, bytesOf(node), points);
+    }
+    return points.extras().byteSize();
+  };
+  const auto all = [&] { return decodeWith(columns); };
+  const auto none = [&] { return decodeWith({}); };
+  if (all() != kPointsPerNode * Converter::RecordLayout(metaData.attributes).stride) {
+    std::printf("%s: extra columns are missing\n", what);
+    return;
+  }
+  Bench::report(what, "without  ", Bench::alternate(kRounds, Bench::processorSeconds, all, none), kPoints);
+}
+
+std::vector<Node> decompressed(const std::vector<Node>& nodes) {
+  std::vector<Node> result;
+  Core::ByteBuffer buffer;
+  for (const Node& node : nodes) {
+    Core::brotliDecode(bytesOf(node), SIZE_MAX, buffer);
+    const std::span<const std::byte> bytes = buffer.bytes();
+    result.emplace_back(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  }
+  return result;
+}
+
 }  // namespace
 
 int main() {
@@ -174,4 +211,8 @@ int main() {
               survey.stride(), static_cast<double>(compressed) / static_cast<double>(kPoints));
   benchUncompressed(plainFormat, plain, survey.stride());
   benchBrotli(brotliFormat, brotli);
+  benchExtras("uncompressed, all attributes, a point", metaDataOf(survey, PoTree::Encoding::Uncompressed),
+              plain);
+  benchExtras("decompressed blocks, all attributes, a point", metaDataOf(survey, PoTree::Encoding::Brotli),
+              decompressed(brotli));
 }
