@@ -29,7 +29,7 @@ PointFileColumn columnOf(const Sorvik::PointChunk& chunk, std::string_view name)
   if (name == "intensity") return chunk.intensities();
   if (name == "rgb") return {chunk.colors(), 4};
   if (name == "classification") return chunk.classIndices();
-  const std::uint64_t axis = static_cast<std::uint64_t>(name.back() - 'X');
+  const auto axis = static_cast<std::uint64_t>(name.back() - 'X');
   const Sorvik::Span<const float> normals = chunk.normals();
   return {Sorvik::Span<const float>(normals.data() + axis, normals.size() - axis), 3};
 }

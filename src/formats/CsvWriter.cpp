@@ -43,7 +43,8 @@ std::string quotedWhereNeeded(const std::string& name) {
 }
 
 std::string columnName(const Math::Attribute& attribute, std::size_t element) {
-  if (attribute.name == "rgb" && attribute.numElements == 3) return std::string(1, "rgb"[element]);
+  constexpr std::array<const char*, 3> kChannels{"r", "g", "b"};
+  if (attribute.name == "rgb" && attribute.numElements == 3) return kChannels[element];
   if (attribute.numElements != 1) {
     return quotedWhereNeeded(attribute.name + '[' + std::to_string(element) + ']');
   }

@@ -13,7 +13,6 @@ using Formats::LasWriter;
 using Formats::PointFileLayout;
 using Math::Attribute;
 using Math::AttributeType;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::size_t kHeaderSize = 375;
