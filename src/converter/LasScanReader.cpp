@@ -102,13 +102,13 @@ class LasScanReader final : public ScanReader {
  public:
   LasScanReader(std::unique_ptr<Core::ReadableFile> file, std::uint64_t fileSize,
                 const Formats::LasHeader& header, const Formats::LasPointData& points,
-                const Formats::LasPointDecoder& decoder, ScanInfo info)
+                Formats::LasPointDecoder decoder, ScanInfo info)
       : file_(std::move(file)),
         fileSize_(fileSize),
         modificationTime_(file_->modificationTime()),
         dataOffset_(points.offset),
         complemented_(header.complemented),
-        decoder_(decoder),
+        decoder_(std::move(decoder)),
         info_(std::move(info)) {}
 
   [[nodiscard]] const ScanInfo& info() const override { return info_; }
@@ -266,9 +266,10 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
                                           header.statesWkt, info.warnings);
   const auto extraFields = Formats::readLasExtraBytes(
       find("LASF_Spec", 4), header.recordLength - Formats::lasRecordSize(header.pointFormat), info.warnings);
-  const Formats::LasPointDecoder decoder(header.pointFormat, header.recordLength, extraFields);
+  Formats::LasPointDecoder decoder(header.pointFormat, header.recordLength, extraFields);
   info.attributes = decoder.attributes();
-  return std::make_unique<LasScanReader>(std::move(file), fileSize, header, points, decoder, std::move(info));
+  return std::make_unique<LasScanReader>(std::move(file), fileSize, header, points, std::move(decoder),
+                                         std::move(info));
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ struct LasReadOptions {
 };
 
 /// Opens a LAS file: 1.0 to 1.5, point formats 0 to 10, uncompressed. A file without points opens, too.
-/// @param files  is used until openLas() returns.
+/// @param files  must outlive the scan.
 /// @throws ConversionError naming file, place and cause: InputFileNotFound, InputNotFile, InputCannotRead
 /// (also
 ///         for truncated files), InputEmpty for a file of no bytes, InputPointCloudFormatUnsupported for what

@@ -101,13 +101,13 @@ std::string epsgOf(const GeoKeys& keys) {
 
 std::string citationOf(const GeoKeys& keys, std::span<const std::byte> texts,
                        std::vector<std::string>& warnings) {
-  const std::string own =
+  std::string own =
       textOf(keys, isGeographic(keys) ? kGeographicCitation : kProjectedCitation, texts, warnings);
   return own.empty() ? textOf(keys, kCitation, texts, warnings) : own;
 }
 
 std::string wktOf(const LasProjectionRecords& records) {
-  const std::string wkt = textOfField(records.wkt);
+  std::string wkt = textOfField(records.wkt);
   return wkt.empty() ? textOfField(records.liblasWkt) : wkt;
 }
 
@@ -115,10 +115,10 @@ std::string wktOf(const LasProjectionRecords& records) {
 
 std::string projectionOf(const LasProjectionRecords& records, bool statesWkt,
                          std::vector<std::string>& warnings) {
-  const std::string wkt = wktOf(records);
+  std::string wkt = wktOf(records);
   if (records.geoKeys.empty() || (statesWkt && !wkt.empty())) return wkt;
   const GeoKeys keys = parseGeoKeys(records.geoKeys, warnings);
-  const std::string epsg = epsgOf(keys);
+  std::string epsg = epsgOf(keys);
   if (!epsg.empty()) return epsg;
   return wkt.empty() ? citationOf(keys, records.geoText, warnings) : wkt;
 }

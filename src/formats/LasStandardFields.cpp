@@ -11,8 +11,8 @@ void copy(std::byte* to, const std::byte* from) {
   std::memcpy(to, from, size);
 }
 
-/// The standard fields of @p format all at once, which takes less than half of the time that one after the
-/// other do. The offsets are those of the attributes in their order.
+/// The standard fields of @p format all at once, which takes about half of the time that one after the other
+/// do. The offsets are those of the attributes in their order.
 template <std::uint8_t format>
 void decodeStandard(const std::byte* in, std::size_t recordLength, std::size_t count, std::byte* out,
                     std::size_t stride, const std::size_t* offsets) {
