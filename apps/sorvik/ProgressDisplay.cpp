@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kSecondsBetweenBars = 0.2;
 constexpr double kSecondsBetweenLines = 1;
-constexpr int kBarWidth = 24;
+constexpr int kBarWidth = 20;
 constexpr const char* kEraseLine = "\r\x1b[K";
 
 const char* nameOf(Sorvik::ConversionStage stage) {

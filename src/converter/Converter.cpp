@@ -141,12 +141,18 @@ Converter::Scans Converter::openScans(const std::vector<std::filesystem::path>& 
                                       const std::stop_token& stopToken) {
   Scans scans;
   std::uint64_t numPoints = 0;
+  std::vector<std::string> leftOut;
   for (const std::filesystem::path& file : files) {
     if (stopToken.stop_requested()) throw ConversionCancelled();
     std::unique_ptr<ScanReader> scan = openUnlessEmpty(file);
-    if (!scan) continue;
+    if (!scan) {
+      leftOut.push_back(file.string() + " holds no points and was left out");
+      continue;
+    }
     checkAttributes(scan->info());
-    addRemarks(scan->info().warnings);
+    for (const std::string& warning : scan->info().warnings) {
+      report_.remarks.push_back(scan->info().name + ": " + warning);
+    }
     numPoints += scan->info().numPoints;
     scans.push_back(std::move(scan));
   }
@@ -157,11 +163,12 @@ Converter::Scans Converter::openScans(const std::vector<std::filesystem::path>& 
                                                   : first + " and " + std::to_string(files.size() - 1) +
                                                         " more: no input holds points");
   }
+  addRemarks(std::move(leftOut));
   numInputPoints_ = numPoints;
   return scans;
 }
 
-std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const std::filesystem::path& file) {
+std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const std::filesystem::path& file) const {
   try {
     std::unique_ptr<ScanReader> scan =
         engine_.openScan(*engine_.files, file, {options_.allowTruncated, options_.allowOutside});
@@ -169,7 +176,6 @@ std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const std::filesystem::pa
   } catch (const ConversionError& error) {
     if (error.result() != Result::InputEmpty) throw;
   }
-  report_.remarks.push_back(file.string() + " holds no points and was left out");
   return nullptr;
 }
 

@@ -81,7 +81,7 @@ class Converter final : public Core::Job {
   [[nodiscard]] InputChoice choice() const;
   [[nodiscard]] Scans openScans(const std::vector<std::filesystem::path>& files,
                                 const std::stop_token& stopToken);
-  [[nodiscard]] std::unique_ptr<ScanReader> openUnlessEmpty(const std::filesystem::path& file);
+  [[nodiscard]] std::unique_ptr<ScanReader> openUnlessEmpty(const std::filesystem::path& file) const;
   void checkAttributes(const ScanInfo& info) const;
   void addRemarks(std::vector<std::string> remarks);
 

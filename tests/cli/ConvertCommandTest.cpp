@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Program.h"
+#include "support/SampleData.h"
 #include "support/TempFolder.h"
 
 namespace Testing {
@@ -131,6 +132,42 @@ TEST_F(ConvertCommand, IsCancelledByAnInterrupt) {
 
 TEST_F(ConvertCommand, ShowsNoProgressWhereItWasNotAskedForAndNobodyWatches) {
   EXPECT_THAT(convert({path("none.las")}).err, testing::Not(HasSubstr("opening")));
+}
+
+TEST_F(ConvertCommand, WritesAnOctreeOfEveryPoint) {
+  SORVIK_SAMPLE_OR_SKIP(scan, "las/lazperf-point10.las");
+  const ProcessResult result = convert({scan.string()});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, testing::StartsWith("1065 points in "));
+  EXPECT_EQ(outputOf({"points", path("out"), "--count"}), "1065\n");
+}
+
+TEST_F(ConvertCommand, TellsSuccessAsJson) {
+  SORVIK_SAMPLE_OR_SKIP(scan, "las/lazperf-point10.las");
+  const ProcessResult result = convert({scan.string(), "--json", "--encoding", "uncompressed"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const json answer = json::parse(result.out);
+  EXPECT_EQ(answer.at("result"), "Success");
+  EXPECT_EQ(answer.at("numPoints"), 1065);
+  EXPECT_GT(answer.at("seconds"), 0);
+  EXPECT_EQ(answer.at("failedReason"), "");
+}
+
+TEST_F(ConvertCommand, ReplacesAnOctreeOnlyWhenTold) {
+  SORVIK_SAMPLE_OR_SKIP(one, "las/lasrs-one-point.las");
+  SORVIK_SAMPLE_OR_SKIP(many, "las/lazperf-point10.las");
+  EXPECT_EQ(convert({one.string()}).status, 0);
+  const ProcessResult refused = convert({many.string(), "--json"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(json::parse(refused.out).at("result"), "OutputPathExists");
+  EXPECT_EQ(outputOf({"points", path("out"), "--count"}), "1\n");
+  EXPECT_EQ(convert({many.string(), "--overwrite"}).status, 0);
+  EXPECT_EQ(outputOf({"points", path("out"), "--count"}), "1065\n");
+}
+
+TEST_F(ConvertCommand, ShowsLinesOfProgressWhenAsked) {
+  SORVIK_SAMPLE_OR_SKIP(scan, "las/lazperf-point10.las");
+  EXPECT_THAT(convert({scan.string(), "--progress"}).err, HasSubstr("sorvik: indexing, "));
 }
 
 }  // namespace

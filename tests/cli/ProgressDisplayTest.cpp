@@ -72,11 +72,11 @@ TEST(ProgressBar, IsDrawnOverItselfFiveTimesASecondAndTakenAwayInTheEnd) {
     ProgressDisplay display(ProgressForm::Bar, out);
     display.show(facts(ConversionStage::Index, 0.5, 1));
     display.show(facts(ConversionStage::Index, 0.6, 1.1));
-    display.show(facts(ConversionStage::Index, 1, 1.2));
+    display.show(facts(ConversionStage::Index, 1, 1.25));
   }
   EXPECT_EQ(out.str(),
-            "\r\x1b[K[############............] indexing, 50 %"
-            "\r\x1b[K[########################] indexing, 100 %"
+            "\r\x1b[K[##########..........] indexing, 50 %"
+            "\r\x1b[K[##########..........] indexing, 100 %"
             "\r\x1b[K");
 }
 

@@ -121,9 +121,9 @@ TEST_F(ConverterJob, CollectsTheRemarksOfEveryStep) {
   Converter::Converter job = converter();
   EXPECT_THAT(job.report().remarks, IsEmpty());
   job.run();
-  EXPECT_THAT(job.report().remarks,
-              ElementsAre(HasSubstr("is the same file"), "odd header", "odd header",
-                          "the place was cleaned up", "scale raised", "the old octree stays"));
+  EXPECT_THAT(job.report().remarks, ElementsAre(HasSubstr("is the same file"), a.string() + ": odd header",
+                                                b.string() + ": odd header", "the place was cleaned up",
+                                                "scale raised", "the old octree stays"));
   EXPECT_EQ(job.report().duplicates, 3U);
 }
 
