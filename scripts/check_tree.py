@@ -15,17 +15,20 @@ ARROWS = {
     "src/math": {"core"},
     "src/graphics": {"core", "math"},
     "src/formats": {"core", "math"},
+    "src/sample": {"core", "math"},
     "src/regions": {"core", "math"},
     "src/mesh": {"core", "math", "formats"},
     "src/octree": {"core", "math", "formats"},
     "src/render": {"core", "math", "graphics", "regions", "mesh", "octree"},
     "src/converter": {"core", "math", "formats", "octree"},
-    "src/api": {"Sorvik", "core", "math", "graphics", "formats", "regions", "mesh", "octree", "render", "converter"},
+    "src/api": {"Sorvik", "core", "math", "graphics", "formats", "sample", "regions", "mesh", "octree", "render",
+                "converter"},
     "include": {"Sorvik"},
     "apps": {"Sorvik", "sorvik"},
     "examples": {"Sorvik"},
 }
-MODULES = {"Sorvik", "api", "core", "math", "graphics", "formats", "regions", "mesh", "octree", "render", "converter"}
+MODULES = {"Sorvik", "api", "core", "math", "graphics", "formats", "sample", "regions", "mesh", "octree", "render",
+           "converter"}
 # Of the octree the converter knows the node ids and the metadata only.
 CONVERTER_MAY_INCLUDE = {"octree/OctreeNodeId.h", "octree/potree/MetaData.h"}
 # JSON and Eigen are slow to compile: sources only.

@@ -9,8 +9,11 @@
 
 #include "Sorvik/Version.h"
 #include "sorvik/CallError.h"
+#include "sorvik/ConvertArguments.h"
 #include "sorvik/InfoCommand.h"
+#include "sorvik/MakeSampleCommand.h"
 #include "sorvik/NumberArguments.h"
+#include "sorvik/PointFileArgument.h"
 #include "sorvik/PointsCommand.h"
 
 namespace Program {
@@ -61,7 +64,7 @@ void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
       ->type_name("NAME,...");
   points
       ->add_option("-o,--output", texts.file,
-                   "Write the points to a .csv or .ply file, not to standard output")
+                   "Write the points to a .las, .ply or .csv file, not to standard output")
       ->type_name("FILE");
   points->add_flag("--count", options.count, "Print only how many points there are");
   points->add_flag("--json", options.json, "Print a summary as one JSON object: sums, extremes, classes");
@@ -90,7 +93,32 @@ void readTexts(const CLI::App& points, const PointsTexts& texts, PointsOptions& 
     if (options.minSpacing < 0) throw CallError("--min-spacing: the spacing is negative");
   }
   if (points.count("--attributes") != 0) options.attributes = parseAttributeNames(texts.attributes);
-  if (points.count("-o") != 0) options.file = parsePointFile(texts.file);
+  if (points.count("-o") == 0) return;
+  checkPointFile("-o", texts.file);
+  options.file = texts.file;
+}
+
+/// The options of make-sample as texts.
+struct MakeSampleTexts {
+  std::string points;
+  std::string seed;
+};
+
+void addMakeSample(CLI::App& app, MakeSampleOptions& options, MakeSampleTexts& texts) {
+  CLI::App* const sample = app.add_subcommand("make-sample", "Write a synthetic airborne survey");
+  sample->add_option("FILE", options.file, "A .las, .ply or .csv file")->required()->type_name("");
+  sample->add_option("--points", texts.points, "How many points: 1000000 unless given")->type_name("N");
+  sample->add_option("--seed", texts.seed, "Which survey, 0 to 2^64 - 1: 1 unless given")->type_name("S");
+  sample->add_flag("--json", options.json, "Print one JSON object");
+  sample->footer("The same number of points and seed make the same file on every machine.");
+}
+
+ExitStatus runMakeSample(const CLI::App& sample, const MakeSampleTexts& texts, MakeSampleOptions options,
+                         const Streams& streams) {
+  constexpr std::uint64_t kMostPoints = 1'000'000'000'000;
+  if (sample.count("--points") != 0) options.numPoints = parseCount("--points", texts.points, 0, kMostPoints);
+  if (sample.count("--seed") != 0) options.seed = parseCount("--seed", texts.seed, 0, UINT64_MAX);
+  return runMakeSample(options, streams);
 }
 
 /// Help and version are results, anything else that the parser throws is a wrong call.
@@ -113,7 +141,11 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   PointsOptions points;
   PointsTexts texts;
   addInfo(app, info);
+  MakeSampleOptions sample;
+  MakeSampleTexts sampleTexts;
   addPoints(app, points, texts);
+  ConvertArguments convert(app);
+  addMakeSample(app, sample, sampleTexts);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {
@@ -121,6 +153,10 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   }
   if (app.get_subcommands().empty()) throw CallError("a command is missing: sorvik --help lists them");
   if (app.got_subcommand("info")) return runInfo(info, streams);
+  if (app.got_subcommand("convert")) return runConvert(convert.options(), streams);
+  if (app.got_subcommand("make-sample")) {
+    return runMakeSample(*app.get_subcommand("make-sample"), sampleTexts, sample, streams);
+  }
   readTexts(*app.get_subcommand("points"), texts, points);
   return runPoints(points, streams);
 }

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "Sorvik/PointCloud.h"
-#include "sorvik/CoordinateFormat.h"
+#include "Sorvik/PointFileWriter.h"
 #include "sorvik/LocationArgument.h"
 
 namespace Program {
@@ -58,7 +58,7 @@ std::string positionText(const Position& position, const Position& scale) {
   std::string text;
   for (std::size_t axis = 0; axis < 3; ++axis) {
     if (axis != 0) text += ", ";
-    text += CoordinateFormat(scale[axis]).text(position[axis]);
+    text += Sorvik::coordinateText(position[axis], scale[axis]);
   }
   return text;
 }

@@ -71,25 +71,19 @@ PointLayout layoutOf(const Sorvik::PointCloud& cloud, Frame frame, const Attribu
   PointLayout layout;
   layout.origin = whole.origin;
   layout.scale = whole.scale;
+  layout.projection = whole.projection;
   for (const Sorvik::Attribute& attribute : attributes) {
     const bool isChosen = !names || std::find(names->begin(), names->end(), attribute.name) != names->end();
-    if (!isChosen || attribute.name == "position") continue;
+    if (!isChosen || attribute.name == "position" || hasName(layout.stored, attribute.name)) continue;
+    layout.stored.push_back(attribute);
     bool PointLayout::*const column = columnOf(attribute.name);
     if (column != nullptr && whole.*column) {
       layout.*column = true;
-    } else if (!hasName(layout.further, attribute.name)) {
+    } else {
       layout.further.push_back(attribute);
     }
   }
   return layout;
-}
-
-std::vector<Sorvik::AttributeColumn> furtherColumns(const PointLayout& layout,
-                                                    const Sorvik::PointChunk& chunk) {
-  std::vector<Sorvik::AttributeColumn> columns;
-  for (const Sorvik::Attribute& attribute : layout.further)
-    columns.push_back(chunk.attribute(attribute.name));
-  return columns;
 }
 
 }  // namespace Program

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Sorvik/PointChunk.h"
 #include "Sorvik/PointCloud.h"
 #include "sorvik/PointLayout.h"
 
@@ -23,9 +22,5 @@ using AttributeNames = std::optional<std::vector<std::string>>;
 /// of them as further ones, in stored order. Positions are always written.
 /// @throws CallError naming an attribute that the cloud does not store, or not in a type that can be read.
 [[nodiscard]] PointLayout layoutOf(const Sorvik::PointCloud& cloud, Frame frame, const AttributeNames& names);
-
-/// The further columns of a chunk, in the order of the layout. Valid while the chunk lives.
-[[nodiscard]] std::vector<Sorvik::AttributeColumn> furtherColumns(const PointLayout& layout,
-                                                                  const Sorvik::PointChunk& chunk);
 
 }  // namespace Program

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <vector>
 
 #include "Sorvik/PointCloud.h"
@@ -20,6 +21,8 @@ struct PointLayout {
   bool classification = false;
   bool normals = false;
   std::vector<Sorvik::Attribute> further;  ///< by their own names, in their stored types
+  std::vector<Sorvik::Attribute> stored;   ///< all of these, but the coordinates, as the cloud stores them
+  std::string projection;                  ///< the coordinate system as WKT; or empty
 };
 
 /// The octree frame's origin in @p frame: zero for itself, the reference position in the world.

@@ -1,16 +1,11 @@
 #include "sorvik/PointsCommand.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <memory>
 #include <vector>
 
 #include "Sorvik/PointCloud.h"
-#include "sorvik/CallError.h"
-#include "sorvik/CsvWriter.h"
 #include "sorvik/LocationArgument.h"
-#include "sorvik/OutputFile.h"
-#include "sorvik/PlyWriter.h"
+#include "sorvik/PointExport.h"
 #include "sorvik/PointSummary.h"
 #include "sorvik/PointWalk.h"
 
@@ -28,16 +23,21 @@ Sorvik::PointCloud openCloud(const PointsOptions& options) {
   if (writesPoints(options)) {
     how.allAttributes = !options.attributes;
     how.attributes = options.attributes.value_or(std::vector<std::string>());
+    how.attributes.emplace_back("position");
   }
   return {parseLocation(options.location), how};
 }
 
-std::unique_ptr<PointSink> makeSink(const PointsOptions& options, const PointLayout& layout, OutputFile* file,
-                                    Output& results) {
-  if (!writesPoints(options)) return nullptr;
-  if (file == nullptr) return std::make_unique<CsvWriter>(layout, results);
-  if (options.file->format == PointFileFormat::Ply) return std::make_unique<PlyWriter>(layout, *file);
-  return std::make_unique<CsvWriter>(layout, file->output());
+/// Where the points go; nowhere when they are only counted.
+std::optional<PointExport> makeExport(const PointsOptions& options, const PointLayout& layout,
+                                      Output& results) {
+  std::optional<PointExport> exporter;
+  if (options.file) {
+    exporter.emplace(*options.file, layout);
+  } else if (writesPoints(options)) {
+    exporter.emplace(results, layout);
+  }
+  return exporter;
 }
 
 /// Says which parts of the cloud are missing in what was walked. True when none is.
@@ -61,22 +61,10 @@ bool reportUnreadable(const Sorvik::PointCloud& cloud, const LostSubtrees& lost,
 
 }  // namespace
 
-PointFile parsePointFile(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  if (extension == ".csv") return {path, PointFileFormat::Csv};
-  if (extension == ".ply") return {path, PointFileFormat::Ply};
-  const bool planned = extension == ".las" || extension == ".laz";
-  if (extension.empty()) throw CallError("-o: '" + path + "' has no extension: use .csv or .ply");
-  throw CallError("cannot write " + extension + " files" + (planned ? " yet" : "") + ": use .csv or .ply");
-}
-
 ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
   const Sorvik::PointCloud cloud = openCloud(options);
   const PointLayout layout = layoutOf(cloud, options.frame, options.attributes);
-  std::optional<OutputFile> file;
-  if (options.file) file.emplace(options.file->path, streams.interrupt);
-  const auto sink = makeSink(options, layout, file ? &*file : nullptr, streams.results);
+  std::optional<PointExport> exporter = makeExport(options, layout, streams.results);
 
   PointSelection selection;
   if (options.shape) selection.shape = makeShape(*options.shape, layout.origin);
@@ -87,17 +75,16 @@ ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
       walkPoints(cloud, selection, streams.interrupt, [&](const Sorvik::PointChunk& chunk) {
         numPoints += chunk.size();
         if (options.json) summary.add(chunk);
-        if (sink) sink->add(chunk);
+        if (exporter) exporter->add(chunk);
         return !streams.results.readerGone();
       });
-  if (sink) sink->finish();
 
   const bool complete = reportUnreadable(cloud, lost, streams.messages);
   const bool accepted = complete || options.skipUnreadable;
-  if (file && accepted) {
-    file->commit();
+  if (exporter && accepted) {
+    exporter->close();
   } else if (!accepted) {
-    streams.messages << "sorvik: " << (file ? options.file->path + " was not written; " : "")
+    streams.messages << "sorvik: " << (options.file ? *options.file + " was not written; " : "")
                      << "--skip-unreadable takes what can be read\n";
   }
   if (options.json) {

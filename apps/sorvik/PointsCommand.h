@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "sorvik/ExitStatus.h"
 #include "sorvik/Output.h"
@@ -12,29 +11,16 @@
 
 namespace Program {
 
-/// A form of point file.
-enum class PointFileFormat { Csv, Ply };
-
-/// A file that points are written to.
-struct PointFile {
-  std::string path;
-  PointFileFormat format;
-};
-
-/// The file that `-o` names; its extension, in small or capital letters, says the form.
-/// @throws CallError for any other extension.
-[[nodiscard]] PointFile parsePointFile(const std::string& path);
-
 /// What `sorvik points` was asked for.
 struct PointsOptions {
   std::string location;                ///< as given
   std::optional<ShapeArgument> shape;  ///< in `frame`; none: all points
   float minSpacing = 0;                ///< in cloud units
   AttributeNames attributes;           ///< what is written beside the positions
-  std::optional<PointFile> file;
-  Frame frame = Frame::World;  ///< of the shape, of what is printed and of what is written
-  bool count = false;          ///< print how many points there are
-  bool json = false;           ///< print a summary of the points; goes before `count`
+  std::optional<std::string> file;     ///< of a format that point files have; none: standard output
+  Frame frame = Frame::World;          ///< of the shape, of what is printed and of what is written
+  bool count = false;                  ///< print how many points there are
+  bool json = false;                   ///< print a summary of the points; goes before `count`
   bool skipUnreadable = false;
 };
 

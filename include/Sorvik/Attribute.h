@@ -4,42 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "Sorvik/AttributeType.h"
+
 namespace Sorvik {
-
-/// The type of an attribute's values.
-enum class AttributeType : std::uint8_t {
-  Int8,
-  Int16,
-  Int32,
-  Int64,
-  UInt8,
-  UInt16,
-  UInt32,
-  UInt64,
-  Float,
-  Double
-};
-
-/// Bytes of one value.
-[[nodiscard]] constexpr std::uint64_t sizeOf(AttributeType type) {
-  switch (type) {
-    case AttributeType::Int8:
-    case AttributeType::UInt8:
-      return 1;
-    case AttributeType::Int16:
-    case AttributeType::UInt16:
-      return 2;
-    case AttributeType::Int32:
-    case AttributeType::UInt32:
-    case AttributeType::Float:
-      return 4;
-    case AttributeType::Int64:
-    case AttributeType::UInt64:
-    case AttributeType::Double:
-      break;
-  }
-  return 8;
-}
 
 /// An attribute that a cloud stores for each of its points.
 struct Attribute {

@@ -1,31 +1,13 @@
 #pragma once
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 
-#include "Sorvik/Attribute.h"
+#include "Sorvik/AttributeType.h"
 #include "Sorvik/Span.h"
 
 namespace Sorvik {
-
-/// What values of an attribute can be read as: integers of any name, by their width and sign; float, double.
-template <class T>
-concept AttributeValue =
-    (std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, float> || std::same_as<T, double>;
-
-/// The type of attributes whose values are T.
-template <AttributeValue T>
-[[nodiscard]] constexpr AttributeType attributeTypeOf() {
-  if constexpr (std::same_as<T, float>) return AttributeType::Float;
-  if constexpr (std::same_as<T, double>) return AttributeType::Double;
-  constexpr bool isSigned = std::signed_integral<T>;
-  if constexpr (sizeof(T) == 1) return isSigned ? AttributeType::Int8 : AttributeType::UInt8;
-  if constexpr (sizeof(T) == 2) return isSigned ? AttributeType::Int16 : AttributeType::UInt16;
-  if constexpr (sizeof(T) == 4) return isSigned ? AttributeType::Int32 : AttributeType::UInt32;
-  return isSigned ? AttributeType::Int64 : AttributeType::UInt64;
-}
 
 /// The values of one attribute of all points of a chunk, as they are stored. A view: the chunk or a copy of
 /// it must outlive it. Threads: const calls are safe together.

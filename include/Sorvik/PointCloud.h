@@ -24,7 +24,7 @@ struct PointCloudOptions {
   /// The attributes, by their stored names, that chunks have beside their standard columns, for
   /// PointChunk::attribute(). Each takes time and cache memory for every point that is read. Names that the
   /// cloud does not store are left out.
-  std::vector<std::string> attributes;
+  std::vector<std::string> attributes{};
   /// All of PointCloud::attributes(), whether named above or not.
   bool allAttributes = false;
 };
@@ -74,6 +74,10 @@ class SORVIK_API PointCloud {
 
   /// Element i is the number of points of class i, as the metadata state it; empty when they do not.
   [[nodiscard]] std::vector<std::uint64_t> classHistogram() const;
+
+  /// The coordinate system as the cloud's writer states it, in its own notation (WKT, a proj4 string, "EPSG:"
+  /// and a code); or empty.
+  [[nodiscard]] std::string projection() const;
 
   /// "potree" or "entwine".
   [[nodiscard]] std::string formatName() const;

@@ -66,6 +66,8 @@ bool PointCloud::hasNormals() const { return impl_->octree->hasNormals(); }
 
 std::vector<std::uint64_t> PointCloud::classHistogram() const { return impl_->octree->classHistogram(); }
 
+std::string PointCloud::projection() const { return impl_->octree->projection(); }
+
 std::string PointCloud::formatName() const { return std::string(impl_->octree->formatName()); }
 
 std::vector<std::string> PointCloud::attributeNames() const { return impl_->octree->attributeNames(); }

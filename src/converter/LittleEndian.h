@@ -1,20 +1,9 @@
 #pragma once
 
-#include <bit>
-#include <concepts>
-#include <cstddef>
-#include <cstring>
+#include "core/LittleEndian.h"
 
 namespace Converter {
 
-static_assert(std::endian::native == std::endian::little, "the files we write are little-endian");
-
-/// Writes @p value little-endian at @p out, which has room for sizeof(T) bytes (not checked), and returns the
-/// place behind it.
-template <std::integral T>
-inline std::byte* storeLittleEndian(std::byte* out, T value) {
-  std::memcpy(out, &value, sizeof(T));
-  return out + sizeof(T);
-}
+using Core::storeLittleEndian;
 
 }  // namespace Converter

@@ -30,7 +30,7 @@ struct ChildIds {
 
 /// Which stored attributes nodes are loaded with, as the extra columns of their points.
 struct WantedAttributes {
-  std::vector<std::string> names;  ///< those that are not stored are left out
+  std::vector<std::string> names{};  ///< those that are not stored are left out
   bool all = false;                ///< whatever is stored, named or not
 };
 
@@ -66,6 +66,8 @@ class Octree {
   [[nodiscard]] std::uint64_t serial() const { return serial_; }
   /// "potree" or "entwine".
   [[nodiscard]] std::string_view formatName() const;
+  /// The coordinate system as the metadata state it; or empty.
+  [[nodiscard]] const std::string& projection() const { return tree().metaData().projection; }
   [[nodiscard]] std::uint64_t numPoints() const;
   /// The box of the points as the writer states it, else the root's cube; never narrower than stated. Clouds
   /// with compressed nodes have points up to one scale step outside.

@@ -74,10 +74,10 @@ TEST(CommandLine, RefusesASpacingThatIsNone) {
 }
 
 TEST(CommandLine, RefusesFilesThatItCannotWrite) {
-  expectWrongCall({"points", "a", "-o", "a.las"}, "cannot write .las files yet: use .csv or .ply");
-  expectWrongCall({"points", "a", "-o", "a.LAZ"}, "cannot write .laz files yet: use .csv or .ply");
-  expectWrongCall({"points", "a", "-o", "a.txt"}, "cannot write .txt files: use .csv or .ply");
-  expectWrongCall({"points", "a", "-o", "folder.csv/a"}, "'folder.csv/a' has no extension: use .csv or .ply");
+  expectWrongCall({"points", "a", "-o", "a.LAZ"}, "-o: cannot write .LAZ files: use .las, .ply or .csv");
+  expectWrongCall({"points", "a", "-o", "a.txt"}, "-o: cannot write .txt files: use .las, .ply or .csv");
+  expectWrongCall({"points", "a", "-o", "folder.csv/a"},
+                  "'folder.csv/a' has no extension: use .las, .ply or .csv");
 }
 
 TEST(CommandLine, RefusesOtherSchemesThanHttps) {

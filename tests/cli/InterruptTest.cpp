@@ -83,7 +83,7 @@ TEST(Interrupt, EndsEveryCommand) {
 TEST(Interrupt, RemovesAHalfWrittenFileAndKeepsTheOldOne) {
   const TempFolder folder;
   SmallCloud().write(folder.path() / "cloud");
-  for (const char* const name : {"out.csv", "out.ply"}) {
+  for (const char* const name : {"out.csv", "out.las", "out.ply"}) {
     const std::filesystem::path file = folder.write(name, "old");
     const auto call = programCommand({"points", (folder.path() / "cloud").string(), "-o", file.string()});
     EXPECT_EQ(Process(call, {.pendingInterrupt = true}).wait().status, 130);

@@ -73,15 +73,10 @@ TEST(PointAttributes, OfTwoNormalComponentsAreNoNormals) {
   EXPECT_EQ(AttributeCloud({"position", "NormalX", "NormalY", "NormalZ"}).layout(std::nullopt), "N");
 }
 
-TEST(PointAttributes, GiveTheFurtherColumnsOfAChunk) {
-  const Sorvik::PointCloud cloud =
-      AttributeCloud({"position", "intensity", "return number", "gps-time"}).open();
-  const auto layout = Program::layoutOf(cloud, Program::Frame::World, std::nullopt);
-  const Sorvik::PointChunk chunk = *Sorvik::AllPointsIterator(cloud, 0);
-  const std::vector<Sorvik::AttributeColumn> columns = Program::furtherColumns(layout, chunk);
-  ASSERT_EQ(columns.size(), 2U);
-  EXPECT_THAT(columns[0].values<std::uint8_t>(), ElementsAre(7, 8));
-  EXPECT_EQ(columns[1].values<double>().size(), 2U);
+TEST(PointsCommandAttributes, FollowTheStandardColumnsUnderTheirNames) {
+  const AttributeCloud cloud({"position", "intensity", "return number", "gps-time"});
+  const std::string text = outputOf({"points", cloud.path()});
+  EXPECT_THAT(text, testing::StartsWith("x,y,z,intensity,return number,gps-time\n"));
 }
 
 TEST(PointsCommandAttributes, NarrowTheColumns) {

@@ -67,7 +67,7 @@ TEST_F(ConversionBoxes, AllWrongBoxesGiveTheOctreeOfTheTrueOneAndARemark) {
   for (std::size_t i = 0; i < wrongBoxes.size(); ++i) {
     const Converted converted = convert(wrongBoxes[i]);
     EXPECT_EQ(converted.files, expected) << i;
-    EXPECT_THAT(converted.remarks, Contains(HasSubstr("wrong"))) << i;
+    EXPECT_THAT(converted.remarks, Contains(HasSubstr("do not fit"))) << i;
   }
 }
 
@@ -110,7 +110,7 @@ TEST_F(ConversionBoxes, APointThatTheSampleMissesMakesTheOctreeOfTheTrueBox) {
   content.statedBox = tight_;
   ConversionRun wrong;
   const auto report = wrong.convert(scansOf({content}));
-  EXPECT_THAT(report.remarks, Contains(HasSubstr("wrong")));
+  EXPECT_THAT(report.remarks, Contains(HasSubstr("do not fit")));
   EXPECT_EQ(wrong.files(), right.files());
   EXPECT_EQ(wrong.octree().metaData.at("boundingBox").at("min")[0], truth.minimum[0]);
 }

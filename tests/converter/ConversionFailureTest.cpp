@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <system_error>
 
 #include "converter/ConversionError.h"
 #include "converter/ConversionRun.h"
@@ -117,15 +116,18 @@ TEST(ConversionFailure, AnyExceptionOfAScanComesThrough) {
 bool failsAt(std::size_t n, unsigned threads) {
   Core::DiskFileSystem disk(Core::DiskFileSystem::Sync::No);
   Testing::FaultyFileSystem files(disk);
-  files.failNth(n, Testing::allCalls(), EIO);
+  files.failNth(n, Testing::allCalls(), ENOSPC);
   auto settings = smallSettings();
   settings.threads = threads;
   ConversionRun run;
   Testing::ProgressLog progress;
   try {
     run.convert(scansOf({shortScan(false)}), settings, files, progress);
-  } catch (const std::exception&) {
+  } catch (const Converter::ConversionError& error) {
     EXPECT_TRUE(files.hasFailed()) << n;
+    EXPECT_THAT(error.result(),
+                testing::AnyOf(Converter::Result::ConvertTempFull, Converter::Result::OutputDiskFull));
+    EXPECT_THAT(error.what(), testing::HasSubstr(run.output().parent_path().string())) << "names the file";
     EXPECT_FALSE(std::filesystem::exists(run.output() / "metadata.json")) << n;
     EXPECT_TRUE(std::filesystem::is_empty(run.temporary())) << n;
     return true;

@@ -19,6 +19,7 @@ using Testing::OctreeFiles;
 
 constexpr unsigned kEdgeBits = 24;
 constexpr std::uint64_t kChunkBytes = 200 * Testing::kNumberedStride;
+constexpr Converter::IndexShares kShares{.load = 2, .select = 3, .encode = 5};
 constexpr std::uint64_t kMuchMemory = std::uint64_t{1} << 30U;
 
 /// One cloud of numbered points, from a filled store to files.
@@ -42,7 +43,7 @@ class Indexing {
   IndexResult run(const WorkOrder& order, bool dropDuplicates = false,
                   const std::stop_token& stopToken = {}) {
     const Converter::IndexPlan plan{
-        records_, grid_, *output_, *encoder_, chunks_, 20, Converter::Sampling::Poisson, false};
+        records_, grid_, *output_, *encoder_, chunks_, 20, Converter::Sampling::Poisson, false, kShares};
     Converter::AttributeStatistics statistics(records_);
     Converter::OctreeWriter writer(disk_, folder_.path() / "cloud", metaData_);
     progress_.begin(Converter::Stage::Index, 0);
@@ -107,7 +108,7 @@ TEST(IndexStage, WritesAllPointsAndEmptiesTheStore) {
     const IndexResult result = indexing.run({.threads = 3, .memoryBudget = kMuchMemory, .shuffleSeed = {}});
     EXPECT_EQ(result.numPoints, places.size());
     EXPECT_EQ(result.duplicates, 0);
-    EXPECT_EQ(indexing.done(), 2 * places.size()) << "of the progress";
+    EXPECT_EQ(indexing.done(), 10 * places.size()) << "of the progress";
     for (const Converter::Chunk& chunk : indexing.chunks()) {
       for (const std::size_t cell : chunk.cells) EXPECT_EQ(indexing.store().bytesOf(cell), 0);
     }

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <system_error>
 #include <thread>
 
 #include "converter/CellBuffers.h"
+#include "converter/ConversionError.h"
 #include "converter/TempStore.h"
 #include "support/FaultyFileSystem.h"
 #include "support/TempFolder.h"
@@ -76,7 +76,12 @@ TEST_F(TempStoreTest, AFailedWriteIsAnErrorAndAddsNothing) {
   TempStore store(files, folder_.path() / "full.tmp");
   store.addCells(1);
   files.failNth(1, {Testing::FileCall::Write}, ENOSPC);
-  EXPECT_THROW(append(store, 0, "abc"), std::system_error);
+  try {
+    append(store, 0, "abc");
+    FAIL() << "was written";
+  } catch (const Converter::ConversionError& error) {
+    EXPECT_EQ(error.result(), Converter::Result::ConvertTempFull);
+  }
   EXPECT_EQ(store.bytesOf(0), 0);
 }
 

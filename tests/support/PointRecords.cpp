@@ -92,7 +92,7 @@ std::vector<PoTree::Attribute> lasAttributes() {
           makeAttribute("rgb", "uint16", 3)};
 }
 
-void storeLasRecord(const SurveyPoint& point, std::byte* out) {
+void storeLasRecord(const Sample::SurveyPoint& point, std::byte* out) {
   using Converter::storeLittleEndian;
   for (const std::int32_t coordinate : point.position) out = storeLittleEndian(out, coordinate);
   out = storeLittleEndian(out, point.intensity);
@@ -108,19 +108,19 @@ void storeLasRecord(const SurveyPoint& point, std::byte* out) {
 }
 
 PointRecords surveyRecords(std::uint64_t points, std::uint64_t seed) {
-  const SurveyGenerator survey(points, seed);
+  const Sample::SurveyGenerator survey(points, seed);
   PointRecords result;
   result.name = "survey";
   result.attributes = lasAttributes();
-  result.scale = SurveyGenerator::kScale;
-  result.offset = SurveyGenerator::kOrigin;
+  result.scale = Sample::SurveyGenerator::kScale;
+  result.offset = Sample::SurveyGenerator::kOrigin;
   result.records.resize(points * kLasRecordSize);
   Core::parallelFor(survey.lineCount(), [&](std::size_t line) {
     const std::uint64_t first = survey.lineStart(line);
-    std::vector<SurveyPoint> made(survey.lineStart(line + 1) - first);
+    std::vector<Sample::SurveyPoint> made(survey.lineStart(line + 1) - first);
     survey.makeLine(line, made);
     std::byte* out = result.records.data() + first * kLasRecordSize;
-    for (const SurveyPoint& point : made) {
+    for (const Sample::SurveyPoint& point : made) {
       storeLasRecord(point, out);
       out += kLasRecordSize;
     }

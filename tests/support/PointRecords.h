@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "octree/potree/MetaData.h"
-#include "support/SurveyGenerator.h"
+#include "sample/SurveyGenerator.h"
 
 namespace Testing {
 
@@ -31,7 +31,7 @@ struct PointRecords {
 [[nodiscard]] std::vector<PoTree::Attribute> lasAttributes();
 
 /// Writes @p point in the layout of lasAttributes() at @p out, which has room for 37 bytes.
-void storeLasRecord(const SurveyPoint& point, std::byte* out);
+void storeLasRecord(const Sample::SurveyPoint& point, std::byte* out);
 
 /// The survey of SurveyGenerator(points, seed) in the layout of lasAttributes().
 [[nodiscard]] PointRecords surveyRecords(std::uint64_t points, std::uint64_t seed);

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Sorvik/PointChunk.h"
+#include "Sorvik/PointFileWriter.h"
+#include "sorvik/Output.h"
+#include "sorvik/PointLayout.h"
+
+namespace Program {
+
+/// Writes the points of chunks, in the frame that the layout's origin says: to LAS files every attribute as
+/// it is stored, to others the columns that every chunk has (intensity, rgb, classification, normals) and the
+/// layout's further attributes. Coordinates are exact where chunks bring the attribute "position".
+class PointExport {
+ public:
+  /// To a file of a format that PointFileWriter knows. Throws what that does.
+  PointExport(const std::string& path, const PointLayout& layout);
+  /// As CSV text.
+  /// @param output  must outlive this object.
+  PointExport(Output& output, const PointLayout& layout);
+
+  /// Throws what PointFileWriter::write() and Output::write() throw.
+  void add(const Sorvik::PointChunk& chunk);
+
+  /// Puts the file in place. One that was not closed is removed.
+  void close() { writer_.close(); }
+
+ private:
+  /// An attribute that is written: as it is stored, or from one of the columns that every chunk has.
+  struct Exported {
+    Sorvik::PointFileAttribute attribute;
+    bool asStored = false;
+  };
+
+  [[nodiscard]] static std::vector<Exported> storedAttributes(const PointLayout& layout);
+  [[nodiscard]] static std::vector<Exported> shownAttributes(const PointLayout& layout);
+  [[nodiscard]] static Sorvik::PointFileLayout fileLayout(const PointLayout& layout,
+                                                          const std::vector<Exported>& exported);
+  void fillPositions(const Sorvik::PointChunk& chunk);
+
+  std::array<double, 3> origin_;  // of the octree frame
+  std::array<double, 3> scale_;
+  std::vector<Exported> exported_;
+  Sorvik::PointFileWriter writer_;
+  std::vector<double> positions_;  // of one chunk
+};
+
+}  // namespace Program

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "formats/LasHeaderWriter.h"
+#include "formats/PointWriter.h"
+
+namespace Formats {
+
+/// Points as a LAS 1.4 file: point format 6, 7 with colours, 8 with near infrared.
+///
+/// Coordinates are whole steps of the layout's scale from its offset, halves rounded away from zero. These
+/// attributes, by name and type, go to the fields of the format; all others, and those of the same names and
+/// other types, become extra bytes:
+///   "intensity" uint16, "return number" and "number of returns" uint8 (0 to 15: larger ones are written as
+///   15), "classification flags" uint8 (1 synthetic, 2 key point, 4 withheld, 8 overlap), "classification"
+///   uint8, "scan flags" uint8 (bits 0 and 1 scanner channel, 2 scan direction, 3 edge of flight line), "user
+///   data" uint8, "scan angle" int16 (steps of 0.006 degrees) or, without it, "scan angle rank" int8
+///   (degrees), "point source id" uint16, "gps-time" double, "rgb" three uint16, or three uint8 that are
+///   widened to the whole range, "nir" uint16.
+class LasWriter final : public PointWriter {
+ public:
+  /// @throws std::invalid_argument when a point would take more than 65,535 bytes.
+  explicit LasWriter(const PointFileLayout& layout);
+  ~LasWriter() override;
+
+  [[nodiscard]] std::vector<std::byte> head() const override;
+  [[nodiscard]] std::span<const std::byte> encode(const PointBatch& batch) override;
+  [[nodiscard]] std::vector<std::byte> tail() const override;
+
+ private:
+  struct Field;
+
+  [[nodiscard]] bool hasFieldAt(std::size_t offset) const;
+  void storeCoordinates(std::span<const double> positions);
+  [[noreturn]] void refuseCoordinate(std::span<const double> positions, std::size_t index) const;
+  void countReturns(std::size_t numPoints);
+
+  LasHeaderValues header_;
+  std::vector<LasRecord> records_;
+  std::vector<Field> fields_;
+  std::array<std::int32_t, 3> low_;   // of the stored coordinates so far
+  std::array<std::int32_t, 3> high_;  // below low_ without points
+  std::vector<std::byte> points_;     // the records of one batch
+};
+
+}  // namespace Formats

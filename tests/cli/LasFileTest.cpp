@@ -1,0 +1,104 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "cli/Program.h"
+#include "cli/SmallCloud.h"
+#include "support/SampleData.h"
+#include "support/TempFolder.h"
+
+namespace Testing {
+namespace {
+
+using nlohmann::json;
+
+template <class T>
+T at(const std::string& bytes, std::size_t offset) {
+  T value;
+  std::memcpy(&value, bytes.data() + offset, sizeof(T));
+  return value;
+}
+
+std::string lasOf(const std::filesystem::path& cloud, const std::vector<std::string>& options = {}) {
+  const TempFolder folder;
+  std::vector<std::string> arguments{"points", cloud.string(), "-o", (folder.path() / "out.las").string()};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  EXPECT_EQ(outputOf(arguments), "");
+  return readFile(folder.path() / "out.las");
+}
+
+std::string lasOf(const SmallCloud& cloud, const std::vector<std::string>& options = {}) {
+  const TempFolder folder;
+  cloud.write(folder.path());
+  return lasOf(folder.path(), options);
+}
+
+TEST(LasFile, HasTheIntegersThatTheCloudStores) {
+  SmallCloud cloud;
+  cloud.points = {{.position = {123, 4500, 7}, .intensity = 65535, .rgb = {1, 20, 255}, .classIndex = 6}};
+  const std::string file = lasOf(cloud);
+  EXPECT_EQ(at<double>(file, 131), 0.01);
+  EXPECT_EQ(at<double>(file, 155), 1000);
+  EXPECT_EQ(at<std::uint8_t>(file, 104), 7) << "point format";
+  const std::size_t point = at<std::uint32_t>(file, 96);
+  ASSERT_EQ(file.size(), point + 36);
+  EXPECT_EQ(at<std::int32_t>(file, point), 123);
+  EXPECT_EQ(at<std::int32_t>(file, point + 4), 4500);
+  EXPECT_EQ(at<std::int32_t>(file, point + 8), 7);
+  EXPECT_EQ(at<std::uint16_t>(file, point + 12), 65535);
+  EXPECT_EQ(at<std::uint8_t>(file, point + 16), 6);
+  EXPECT_EQ(at<std::uint16_t>(file, point + 32), 257 * 20) << "green";
+}
+
+TEST(LasFile, HasNormalsAsExtraBytes) {
+  SmallCloud cloud;
+  cloud.intensities = cloud.colors = cloud.classification = false;
+  cloud.normals = true;
+  cloud.points = {{.normal = {0.5, 0, -1}}};
+  const std::string file = lasOf(cloud);
+  EXPECT_EQ(at<std::uint8_t>(file, 104), 6) << "point format";
+  const std::size_t entry = 375 + 54;
+  EXPECT_STREQ(file.c_str() + entry + 4, "NormalX");
+  EXPECT_STREQ(file.c_str() + entry + 2 * 192 + 4, "NormalZ");
+  EXPECT_EQ(at<std::uint8_t>(file, entry + 2), 9) << "float";
+  const std::size_t point = at<std::uint32_t>(file, 96);
+  EXPECT_EQ(at<float>(file, point + 30), 0.5F);
+  EXPECT_EQ(at<float>(file, point + 38), -1.0F);
+}
+
+TEST(LasFile, HasOctreeCoordinatesWhenAskedFor) {
+  SmallCloud cloud;
+  cloud.points = {{.position = {123, 4500, 7}}};
+  const std::string file = lasOf(cloud, {"--local"});
+  EXPECT_EQ(at<double>(file, 155), 0);
+  EXPECT_EQ(at<double>(file, 187), 1.23) << "the least x";
+}
+
+TEST(LasFile, CountsThePointsOfAShape) {
+  const std::string file = lasOf(rowOfPoints(1500), {"--circle", "1000,2000,0.1"});
+  EXPECT_EQ(at<std::uint64_t>(file, 247), 11U);
+  EXPECT_EQ(file.size(), at<std::uint32_t>(file, 96) + 11U * 36);
+}
+
+TEST(LasFile, HoldsThePointsOfARealCloud) {
+  SORVIK_SAMPLE_OR_SKIP(cloud, "potree/autzen-trim-default");
+  const json truth = json::parse(readFile(cloud / "truth.json"))["octree"];
+  const std::string file = lasOf(cloud);
+  EXPECT_EQ(at<std::uint64_t>(file, 247), truth["numPoints"]);
+  const std::array<std::size_t, 3> minimum{187, 203, 219};
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    EXPECT_NEAR(at<double>(file, minimum[axis]), truth["storedMin"][axis], 1e-6);
+    EXPECT_NEAR(at<double>(file, minimum[axis] - 8), truth["storedMax"][axis], 1e-6);
+  }
+  const std::size_t first = at<std::uint32_t>(file, 96);
+  std::uint64_t intensities = 0;
+  for (std::size_t i = 0; i < at<std::uint64_t>(file, 247); ++i) {
+    intensities += at<std::uint16_t>(file, first + i * at<std::uint16_t>(file, 105) + 12);
+  }
+  EXPECT_EQ(intensities, truth["sumIntensity"]);
+}
+
+}  // namespace
+}  // namespace Testing
