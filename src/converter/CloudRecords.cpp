@@ -8,6 +8,7 @@
 namespace Converter {
 namespace {
 
+constexpr std::string_view kPosition = "position";
 constexpr std::string_view kGpsTime = "gps-time";
 
 bool sameValues(const Math::Attribute& a, const Math::Attribute& b) {
@@ -15,17 +16,21 @@ bool sameValues(const Math::Attribute& a, const Math::Attribute& b) {
 }
 
 /// The number of the cloud's attribute that holds the values of @p wanted, which is added if it is not there.
-std::size_t attributeFor(Math::Attribute wanted, std::vector<Math::Attribute>& attributes) {
+/// @param used  by other attributes of the scan.
+std::size_t attributeFor(Math::Attribute wanted, const std::vector<std::size_t>& used,
+                         std::vector<Math::Attribute>& attributes) {
   const std::string name = wanted.name;
-  for (int copy = 2;; ++copy) {
+  for (int copy = name == kPosition ? 2 : 1;; ++copy) {
+    if (copy > 1) wanted.name = name + "_" + std::to_string(copy);
     const auto found = std::find_if(attributes.begin(), attributes.end(),
                                     [&](const Math::Attribute& a) { return a.name == wanted.name; });
     if (found == attributes.end()) {
       attributes.push_back(std::move(wanted));
       return attributes.size() - 1;
     }
-    if (sameValues(*found, wanted)) return static_cast<std::size_t>(found - attributes.begin());
-    wanted.name = name + "_" + std::to_string(copy);
+    const auto number = static_cast<std::size_t>(found - attributes.begin());
+    const bool isUsed = std::find(used.begin(), used.end(), number) != used.end();
+    if (!isUsed && sameValues(*found, wanted)) return number;
   }
 }
 
@@ -89,7 +94,7 @@ CloudRecords joinScans(std::span<const ScanInfo* const> scans, bool strictCrs,
   for (const ScanInfo* scan : scans) {
     auto& ofScan = numbers.emplace_back();
     for (const Math::Attribute& attribute : scan->attributes) {
-      ofScan.push_back(attributeFor(attribute, records.attributes));
+      ofScan.push_back(attributeFor(attribute, ofScan, records.attributes));
     }
   }
   for (const Math::Attribute& attribute : records.attributes) {

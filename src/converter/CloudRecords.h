@@ -27,7 +27,8 @@ struct CloudRecords {
   static constexpr std::size_t kPositionSize = 12;
 
   /// Beside the position, in the order of the scans and of their attributes. Attributes of the same name that
-  /// differ in type or scale are kept apart as NAME, NAME_2, ...
+  /// differ in type or scale, or belong to one scan, are kept apart as NAME, NAME_2, ...; so is one that is
+  /// named as the position.
   std::vector<Math::Attribute> attributes;
   std::vector<std::size_t> offsets;  ///< of the attributes
   std::size_t stride = kPositionSize;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,8 +12,11 @@
 namespace Converter {
 namespace {
 
-// Far above the rounding of a cube's corners, far below any wrong box.
+// Far below any wrong box.
 constexpr double kCubeTolerance = 1e-6;
+// What adding an edge to a corner may lose, of the largest coordinate: much of a small cube far from the
+// origin.
+constexpr double kCornerRounding = 4 * std::numeric_limits<double>::epsilon();
 constexpr std::size_t kHistogramSize = 256;
 
 struct ElementType {
@@ -101,10 +105,24 @@ void checkAttributes(const std::vector<PoTree::Attribute>& attributes, PoTree::M
   }
 }
 
+bool isPositive(double value) { return std::isfinite(value) && value > 0; }
+
+bool isCube(const Math::NBoundingBox<double, 3>& box) {
+  const Math::Point<double, 3> edges = box.maximum - box.minimum;
+  double largest = 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    largest = std::max({largest, std::abs(box.minimum[axis]), std::abs(box.maximum[axis])});
+  }
+  const double tolerance = kCubeTolerance * edges[0] + kCornerRounding * largest;
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!isPositive(edges[axis]) || std::abs(edges[axis] - edges[0]) > tolerance) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 void checkWritable(const PoTree::MetaData& metaData, PoTree::MetaDataUse use) {
-  const auto isPositive = [](double value) { return std::isfinite(value) && value > 0; };
   if (!std::all_of(metaData.scale.begin(), metaData.scale.end(), isPositive))
     refuse("scale", "must be above 0");
   if (!std::all_of(metaData.offset.begin(), metaData.offset.end(),
@@ -112,12 +130,7 @@ void checkWritable(const PoTree::MetaData& metaData, PoTree::MetaDataUse use) {
     refuse("offset", "must be finite");
   }
   if (!isPositive(metaData.spacing)) refuse("spacing", "must be above 0");
-  const Math::Point<double, 3> edges = metaData.boundingBox.maximum - metaData.boundingBox.minimum;
-  for (int axis = 0; axis < 3; ++axis) {
-    if (!isPositive(edges[axis]) || std::abs(edges[axis] - edges[0]) > kCubeTolerance * edges[0]) {
-      refuse("boundingBox", "must be a cube");
-    }
-  }
+  if (!isCube(metaData.boundingBox)) refuse("boundingBox", "must be a cube");
   checkAttributes(metaData.attributes, use);
 }
 

@@ -41,14 +41,17 @@ AxisSteps stepsOf(double minimum, double maximum, double base, double scale) {
   return {first, std::max(last - first, 0.0) + 1};
 }
 
-double scaleForFloats(double extent) {
+double scaleForFloats(double minimum, double maximum) {
   constexpr int kCommonExponent = -4;
   constexpr int kFinestExponent = -9;
   constexpr double kFewSteps = 1 << 20;
   constexpr double kManySteps = 1 << 26;
+  const double extent = maximum - minimum;
+  // Finer steps would be lost when offset and steps are added up.
+  const double finest = std::max(std::abs(minimum), std::abs(maximum)) * 0x1p-50;
   int exponent = kCommonExponent;
   while (extent > 0 && exponent > kFinestExponent && extent / powerOfTen(exponent) < kFewSteps) --exponent;
-  while (extent / powerOfTen(exponent) >= kManySteps) ++exponent;
+  while (extent / powerOfTen(exponent) >= kManySteps || powerOfTen(exponent) < finest) ++exponent;
   return powerOfTen(exponent);
 }
 
@@ -96,7 +99,7 @@ OutputGrid chooseGrid(std::span<const ScanInfo* const> scans, const Math::NBound
     const double maximum = box.maximum[static_cast<int>(axis)];
     const double base = firstWithGrid == scans.end() ? 0 : (*firstWithGrid)->grid->offset[axis];
     const double first =
-        wanted ? *wanted : finestScale(scans, axis).value_or(scaleForFloats(maximum - minimum));
+        wanted ? *wanted : finestScale(scans, axis).value_or(scaleForFloats(minimum, maximum));
     scale[axis] = first;
     AxisSteps found = stepsOf(minimum, maximum, base, first);
     while (found.count > kMostSteps) {

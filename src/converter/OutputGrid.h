@@ -55,8 +55,9 @@ class OutputGrid {
 
 /// Chooses the grid for scans whose points lie in @p box (finite, not empty). Per axis the scale is the
 /// finest of the integer scales; without any, 0.0001, or the coarser power of ten that gives the extent fewer
-/// than 2^26 steps, or the finer one that gives it 2^20. Scales are raised by tens until the extent takes at
-/// most 2^31 - 1 steps. The offset is the box's minimum, lowered to whole steps from the first scan's offset.
+/// than 2^26 steps, or the finer one that gives it 2^20, but none finer than coordinates are told apart.
+/// Scales are raised by tens until the extent takes at most 2^31 - 1 steps. The offset is the box's minimum,
+/// lowered to whole steps from the first scan's offset.
 /// @param wanted   a scale for all axes, taken as it is.
 /// @param remarks  gets a sentence when a scale had to be raised.
 /// @throws ConversionError (ConvertFileTooBig) when @p wanted does not do.

@@ -60,9 +60,12 @@ OutputRecords::OutputRecords(const CloudRecords& records, const std::vector<Attr
       remarks.push_back("The 64-bit attribute \"" + attribute.name +
                         "\" is stored as double; all values are exact.");
     } else {
-      addHalves(attribute, records.offsets[i]);
+      const std::string low = freeName(attribute.name + "_low", records);
+      const std::string high = freeName(attribute.name + "_high", records);
+      addHalf(attribute, low, records.offsets[i]);
+      addHalf(attribute, high, records.offsets[i] + kWideSize / 2);
       remarks.push_back("The 64-bit attribute \"" + attribute.name + "\" is stored as the two attributes \"" +
-                        attribute.name + "_low\" and \"" + attribute.name + "_high\" of 32 bits.");
+                        low + "\" and \"" + high + "\" of 32 bits.");
     }
   }
 }
@@ -114,18 +117,28 @@ void OutputRecords::addAsDouble(const Math::Attribute& attribute, const Attribut
   for (std::size_t k = 0; k < attribute.numElements; ++k) addStep(work, offset + k * kWideSize, kWideSize);
 }
 
-void OutputRecords::addHalves(const Math::Attribute& attribute, std::size_t offset) {
-  for (const std::size_t half : {std::size_t{0}, kWideSize / 2}) {
-    PoTree::Attribute stored = storedAttribute(attribute, Math::AttributeType::UInt32);
-    stored.name += half == 0 ? "_low" : "_high";
-    stored.scale.clear();
-    stored.offset.clear();
-    stored.min.assign(attribute.numElements, 0);
-    stored.max.assign(attribute.numElements, std::numeric_limits<std::uint32_t>::max());
-    attributes_.push_back(std::move(stored));
-    for (std::size_t k = 0; k < attribute.numElements; ++k) {
-      addStep(Work::Copy, offset + k * kWideSize + half, kWideSize / 2);
-    }
+/// @p name, or the first of NAME_2, NAME_3, ... that no attribute has.
+std::string OutputRecords::freeName(const std::string& name, const CloudRecords& records) const {
+  const auto isTaken = [&](const std::string& wanted) {
+    return records.offsetOf(wanted) || std::any_of(attributes_.begin(), attributes_.end(),
+                                                   [&](const auto& a) { return a.name == wanted; });
+  };
+  std::string free = name;
+  for (int copy = 2; isTaken(free); ++copy) free = name + "_" + std::to_string(copy);
+  return free;
+}
+
+/// The four bytes at @p offset of each value.
+void OutputRecords::addHalf(const Math::Attribute& attribute, const std::string& name, std::size_t offset) {
+  PoTree::Attribute stored = storedAttribute(attribute, Math::AttributeType::UInt32);
+  stored.name = name;
+  stored.scale.clear();
+  stored.offset.clear();
+  stored.min.assign(attribute.numElements, 0);
+  stored.max.assign(attribute.numElements, std::numeric_limits<std::uint32_t>::max());
+  attributes_.push_back(std::move(stored));
+  for (std::size_t k = 0; k < attribute.numElements; ++k) {
+    addStep(Work::Copy, offset + k * kWideSize, kWideSize / 2);
   }
 }
 

@@ -12,7 +12,8 @@ namespace Converter {
 
 /// The records that an octree stores, and how they are made from those of the conversion: scan flags that are
 /// 0 for every point are left out, and 64-bit integers, which viewers cannot read, are stored as double where
-/// every value is exact in it, else as two attributes NAME_low and NAME_high of 32 bits. Pure.
+/// every value is exact in it, else as two attributes NAME_low and NAME_high of 32 bits (NAME_low_2 and so on
+/// where there is one of that name). Pure.
 class OutputRecords {
  public:
   /// @param facts    of the conversion's attributes, all points taken up.
@@ -39,7 +40,8 @@ class OutputRecords {
   void addStep(Work work, std::size_t from, std::size_t size);
   void addStored(const Math::Attribute& attribute, const AttributeFacts& facts, std::size_t offset);
   void addAsDouble(const Math::Attribute& attribute, const AttributeFacts& facts, std::size_t offset);
-  void addHalves(const Math::Attribute& attribute, std::size_t offset);
+  [[nodiscard]] std::string freeName(const std::string& name, const CloudRecords& records) const;
+  void addHalf(const Math::Attribute& attribute, const std::string& name, std::size_t offset);
 
   std::vector<PoTree::Attribute> attributes_;
   std::vector<Step> steps_;

@@ -19,10 +19,6 @@ constexpr std::int32_t kNextPlane = kRowsPerEdge;
 constexpr std::array<std::int32_t, 9> kNeighbourRows{
     0, -1, 1, -kNextPlane, kNextPlane, -kNextPlane - 1, -kNextPlane + 1, kNextPlane - 1, kNextPlane + 1};
 
-std::uint32_t rowOf(const CubePoint& p) {
-  return ((p.z >> kCellShift) + 1) * kRowsPerEdge + (p.y >> kCellShift) + 1;
-}
-
 std::uint64_t squaredDifference(std::uint32_t a, std::uint32_t b) {
   const std::int64_t difference = std::int64_t{a} - std::int64_t{b};
   return static_cast<std::uint64_t>(difference * difference);
@@ -36,18 +32,19 @@ SpacingGrid::SpacingGrid()
 
 void SpacingGrid::begin(unsigned level) {
   for (const Taken& taken : taken_) {
-    const std::uint32_t bit = (taken.point.x >> kCellShift) + 1;
+    const std::uint32_t bit = cellAt(taken.point.x) + 1;
     occupied_[rowOf(taken.point) * kRowBytes + bit / 8] = 0;
   }
   taken_.clear();
   level_ = level;
+  squeeze_ = kCellShift - 1 - level;
   const std::uint64_t least = kSpacing + (std::uint64_t{2} << level);
   leastDistanceSquared_ = least * least;
 }
 
 bool SpacingGrid::take(const CubePoint& p) {
   const CubePoint inNode{p.x << level_, p.y << level_, p.z << level_};
-  const std::uint32_t x = inNode.x >> kCellShift;
+  const std::uint32_t x = cellAt(inNode.x);
   const std::uint32_t row = rowOf(inNode);
   for (const std::int32_t neighbour : kNeighbourRows) {
     const std::uint32_t near = row + static_cast<std::uint32_t>(neighbour);
@@ -64,6 +61,14 @@ bool SpacingGrid::take(const CubePoint& p) {
   head = static_cast<std::uint32_t>(taken_.size());
   bits |= mask;
   return true;
+}
+
+std::uint32_t SpacingGrid::cellAt(std::uint32_t coordinate) const {
+  return (coordinate - (coordinate >> squeeze_)) >> kCellShift;
+}
+
+std::uint32_t SpacingGrid::rowOf(const CubePoint& p) const {
+  return (cellAt(p.z) + 1) * kRowsPerEdge + cellAt(p.y) + 1;
 }
 
 /// Bit k: whether cell x - 1 + k of a row holds points, for k = 0, 1, 2.

@@ -28,13 +28,18 @@ class SpacingGrid {
     std::uint32_t next;  // of the same cell: its number + 1; 0: none
   };
 
+  [[nodiscard]] std::uint32_t cellAt(std::uint32_t coordinate) const;
+  [[nodiscard]] std::uint32_t rowOf(const CubePoint& p) const;
   [[nodiscard]] unsigned occupied(std::uint32_t row, std::uint32_t x) const;
   [[nodiscard]] bool isFree(const CubePoint& p, std::uint32_t cell) const;
 
   unsigned level_ = 0;
   std::uint64_t leastDistanceSquared_ = 0;
-  // Cells have the spacing's size. Most are empty, so a bit for each tells which ones to look into; rows
-  // have a margin of one cell on every side, which is always empty.
+  // Cells are as large as the least distance, by which points in cells that do not touch are apart:
+  // coordinates are made smaller by a share of 2^-squeeze_, then cut at multiples of the spacing.
+  unsigned squeeze_ = 0;
+  // Most cells are empty, so a bit for each tells which ones to look into; rows have a margin of one cell on
+  // every side, which is always empty.
   std::vector<std::uint8_t> occupied_;
   std::vector<std::uint32_t>
       heads_;  // by cell: the number + 1 of its last point; of no meaning for empty ones
