@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -16,6 +17,16 @@ namespace Fuzz {
 struct NodeInput {
   PoTree::MetaData metaData;
   std::vector<std::byte> data;  ///< the rest, in an allocation of its own so that over-reads are seen
+
+  /// All attributes, as extra columns.
+  [[nodiscard]] std::vector<Math::Attribute> columns() const {
+    std::vector<Math::Attribute> all;
+    for (const PoTree::Attribute& attribute : metaData.attributes) {
+      const auto column = PoTree::columnAttribute(metaData, attribute);
+      if (column) all.push_back(*column);
+    }
+    return all;
+  }
 
   NodeInput(std::span<const std::uint8_t> input, PoTree::Encoding encoding) {
     struct Known {
@@ -55,9 +66,22 @@ struct NodeInput {
   }
 };
 
-/// Decodes with block-wise columns as nodes are, and point by point; the two must agree.
-inline void decodeTwice(const PoTree::NodeFormat& format, std::span<const std::byte> data) {
+/// Where the value of a point stands that a plain extra column takes.
+inline const std::byte* plainValue(const PoTree::NodeFormat& format, const PoTree::ExtraAttribute& extra,
+                                   std::span<const std::byte> data, std::size_t count, std::size_t point,
+                                   std::size_t size) {
+  return format.encoding == PoTree::Encoding::Brotli
+             ? data.data() + extra.start * count + point * size
+             : data.data() + point * format.starts.stride + extra.start;
+}
+
+/// Decodes with block-wise columns as nodes are, extra ones of all attributes too, and point by point; the
+/// two must agree.
+inline void decodeTwice(const NodeInput& input, std::span<const std::byte> data) {
+  const std::vector<Math::Attribute> columns = input.columns();
+  const PoTree::NodeFormat format(input.metaData, 1, columns);
   Math::NodePoints points;
+  points.setExtras(Math::ExtraColumns(columns));
   std::size_t count = 0;
   try {
     count = PoTree::decodeNode(format, data, points);
@@ -79,6 +103,15 @@ inline void decodeTwice(const PoTree::NodeFormat& format, std::span<const std::b
       const auto expected =
           static_cast<float>(one.positions[axis] * format.scale[axis] * format.positionFactor);
       if (expected != points.positions()[3 * i + axis]) std::abort();
+    }
+    for (const PoTree::ExtraAttribute& extra : format.extras) {
+      const std::size_t size = columns[extra.column].size();
+      const std::byte* const found = points.extras().bytes(extra.column).data() + i * size;
+      const void* const expected = extra.form == PoTree::ColumnForm::Position ? one.positions.data()
+                                   : extra.form == PoTree::ColumnForm::Color
+                                       ? static_cast<const void*>(one.colors.data())
+                                       : plainValue(format, extra, data, count, i, size);
+      if (std::memcmp(found, expected, size) != 0) std::abort();
     }
   }
 }

@@ -8,8 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kMost = 100'000;
   const Fuzz::NodeInput input({data, size}, PoTree::Encoding::Brotli);
-  const PoTree::NodeFormat format(input.metaData, 1);
-  Fuzz::decodeTwice(format, input.data);
+  Fuzz::decodeTwice(input, input.data);
   Core::ByteBuffer decompressed;
   try {
     Core::brotliDecode(input.data, kMost, decompressed);
@@ -17,6 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   if (decompressed.size > kMost || decompressed.capacity > kMost) std::abort();
-  Fuzz::decodeTwice(format, decompressed.bytes());
+  Fuzz::decodeTwice(input, decompressed.bytes());
   return 0;
 }

@@ -3,6 +3,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Fuzz::NodeInput input({data, size}, PoTree::Encoding::Uncompressed);
-  Fuzz::decodeTwice(PoTree::NodeFormat(input.metaData, 1), input.data);
+  Fuzz::decodeTwice(input, input.data);
   return 0;
 }

@@ -10,13 +10,14 @@ targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
   for program in "$build"/bin/fuzz_*; do targets+=("$(basename "$program")"); done
 fi
-readonly samples=../shared/data/potree
+readonly samples=../shared/data
 
 # The real files that a target reads as they are.
 real_files() {
   case $1 in
-    fuzz_metadata) find "$samples" -name metadata.json 2>/dev/null ;;
-    fuzz_hierarchy) find "$samples" -name hierarchy.bin 2>/dev/null ;;
+    fuzz_metadata) find "$samples/potree" -name metadata.json 2>/dev/null ;;
+    fuzz_hierarchy) find "$samples/potree" -name hierarchy.bin 2>/dev/null ;;
+    fuzz_las_header) find "$samples/las" -name '*.las' -size -40k 2>/dev/null ;;
   esac
 }
 

@@ -9,6 +9,7 @@
 
 #include "Sorvik/Version.h"
 #include "sorvik/CallError.h"
+#include "sorvik/ConvertArguments.h"
 #include "sorvik/InfoCommand.h"
 #include "sorvik/NumberArguments.h"
 #include "sorvik/PointsCommand.h"
@@ -114,6 +115,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   PointsTexts texts;
   addInfo(app, info);
   addPoints(app, points, texts);
+  ConvertArguments convert(app);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {
@@ -121,6 +123,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   }
   if (app.get_subcommands().empty()) throw CallError("a command is missing: sorvik --help lists them");
   if (app.got_subcommand("info")) return runInfo(info, streams);
+  if (app.got_subcommand("convert")) return runConvert(convert.options(), streams);
   readTexts(*app.get_subcommand("points"), texts, points);
   return runPoints(points, streams);
 }

@@ -42,4 +42,31 @@ std::vector<double> parseNumbers(std::string_view option, std::string_view text)
   }
 }
 
+std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most) {
+  std::uint64_t count = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, count);
+  if (error == std::errc::invalid_argument || stop != end) refuse(option, text, "is not a whole number");
+  if (error == std::errc::result_out_of_range || count < 1 || count > most)
+    refuse(option, text, "is out of range");
+  return count;
+}
+
+std::uint64_t parseByteCount(std::string_view option, std::string_view text) {
+  constexpr std::string_view kUnits = "KMG";
+  std::string_view digits = text;
+  double factor = 1;
+  if (!text.empty()) {
+    const char last = text.back();
+    const std::size_t unit = kUnits.find(last >= 'a' ? static_cast<char>(last - 'a' + 'A') : last);
+    if (unit != std::string_view::npos) {
+      factor = std::ldexp(1.0, 10 * (static_cast<int>(unit) + 1));
+      digits.remove_suffix(1);
+    }
+  }
+  const double bytes = parseNumber(option, digits) * factor;
+  if (bytes < 0 || bytes > std::ldexp(1.0, 60)) refuse(option, text, "is out of range");
+  return static_cast<std::uint64_t>(bytes);
+}
+
 }  // namespace Program

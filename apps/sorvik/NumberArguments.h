@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -13,5 +14,13 @@ namespace Program {
 
 /// Numbers with a comma between each two. An empty text is one empty number, which is refused.
 [[nodiscard]] std::vector<double> parseNumbers(std::string_view option, std::string_view text);
+
+/// A whole number from 1 to @p most.
+/// @throws CallError for anything else.
+[[nodiscard]] std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most);
+
+/// A number of bytes, with K, M or G behind it for 2^10, 2^20 or 2^30 of them; it may have a fraction.
+/// @throws CallError for anything else, and for more than 2^60.
+[[nodiscard]] std::uint64_t parseByteCount(std::string_view option, std::string_view text);
 
 }  // namespace Program

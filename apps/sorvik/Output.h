@@ -21,10 +21,14 @@ class Output {
   /// @throws std::runtime_error naming the output and the reason: disk full, closed, ...
   void write(std::string_view bytes);
 
+  /// The same, but also after an interrupt: for what a command that ends in order has to say.
+  void writeLast(std::string_view bytes);
+
   /// Whether a pipe was written to that nobody reads any more.
   [[nodiscard]] bool readerGone() const { return readerGone_; }
 
  private:
+  void writeSome(std::string_view& bytes);
   void waitOrFail(int error);
 
   int descriptor_;

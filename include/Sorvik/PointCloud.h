@@ -24,7 +24,7 @@ struct PointCloudOptions {
   /// The attributes, by their stored names, that chunks have beside their standard columns, for
   /// PointChunk::attribute(). Each takes time and cache memory for every point that is read. Names that the
   /// cloud does not store are left out.
-  std::vector<std::string> attributes;
+  std::vector<std::string> attributes{};
   /// All of PointCloud::attributes(), whether named above or not.
   bool allAttributes = false;
 };

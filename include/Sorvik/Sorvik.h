@@ -13,6 +13,7 @@
 #include "Sorvik/Circle.h"
 #include "Sorvik/Color.h"
 #include "Sorvik/ColoredPoint.h"
+#include "Sorvik/Converter.h"
 #include "Sorvik/Cylinder.h"
 #include "Sorvik/CylinderFinite.h"
 #include "Sorvik/Export.h"

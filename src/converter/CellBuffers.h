@@ -24,7 +24,7 @@ class CellBuffers {
         capacity_(bytes < stride ? stride : bytes / stride * stride),
         cells_(numCells) {}
 
-  /// @throws std::system_error.
+  /// @throws ConversionError.
   void add(std::uint32_t cell, const std::byte* record) {
     Cell& to = cells_[cell];
     if (to.size == capacity_) flush(cell);
@@ -33,7 +33,7 @@ class CellBuffers {
     to.size += stride_;
   }
 
-  /// @throws std::system_error.
+  /// @throws ConversionError.
   void flush() {
     for (std::size_t cell = 0; cell < cells_.size(); ++cell) flush(cell);
   }

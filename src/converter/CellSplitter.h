@@ -21,7 +21,7 @@ struct StoredCell {
 /// Distributes cells that turned out too large again, until each one holds at most @p mostBytes, or points of
 /// one place alone, or lies at the deepest level.
 /// @param cells  along the Z curve, and so is what is returned.
-/// @throws std::system_error, Core::FormatError, ConversionCancelled.
+/// @throws ConversionError, ConversionCancelled.
 [[nodiscard]] std::vector<StoredCell> splitLargeCells(const std::vector<StoredCell>& cells,
                                                       std::uint64_t mostBytes, std::size_t stride,
                                                       const OutputGrid& grid, TempStore& store,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "converter/FileRole.h"
 #include "converter/WorkerThreads.h"
 
 namespace Converter {
@@ -98,7 +99,7 @@ std::uint64_t ChunkWork::encode(std::size_t batch, const std::stop_token& stopTo
 std::uint64_t ChunkWork::write(OctreeWriter& writer) {
   std::uint64_t numPoints = 0;
   for (NodeBatch& batch : batches_) {
-    writer.addEncoded(batch.encoded);
+    withRole(FileRole::Output, [&] { writer.addEncoded(batch.encoded); });
     for (const EncodedNode& node : batch.encoded) numPoints += node.numPoints;
   }
   return numPoints;

@@ -8,6 +8,7 @@
 #include "converter/CellSplitter.h"
 #include "converter/ConversionError.h"
 #include "converter/Distribute.h"
+#include "converter/FileRole.h"
 #include "converter/IndexStage.h"
 #include "converter/NodeEncoder.h"
 #include "converter/OctreeWriter.h"
@@ -33,6 +34,17 @@ WorkOrder workOrder(const ConversionSettings& settings) {
   return order;
 }
 
+/// Whether two boxes differ by more than the rounding of their corners.
+bool differ(const Math::NBoundingBox<double, 3>& a, const Math::NBoundingBox<double, 3>& b) {
+  for (int axis = 0; axis < 3; ++axis) {
+    for (const auto& [x, y] :
+         {std::pair(a.minimum[axis], b.minimum[axis]), std::pair(a.maximum[axis], b.maximum[axis])}) {
+      if (std::abs(x - y) > 1e-9 * std::max(std::abs(x), std::abs(y))) return true;
+    }
+  }
+  return false;
+}
+
 /// The stages of one conversion, one after the other.
 class Conversion {
  public:
@@ -55,6 +67,11 @@ class Conversion {
     if (numPoints_ == 0) throw ConversionError(Result::InputEmpty, "the input holds no points");
     const CloudRecords records = joinScans(infos_, settings_.strictCrs, report_.remarks);
     const Sample sample(scans_, stopToken_);
+    if (sample.hasOutliers()) {
+      report_.remarks.emplace_back(
+          "A few points lie far away from all others: stray points, or inputs in different coordinate "
+          "systems.");
+    }
     const auto stated = statedBox(scans_);
     if (stated && sample.agreesWith(*stated)) {
       if (convert(records, sample, *stated)) return std::move(report_);
@@ -63,9 +80,12 @@ class Conversion {
       bounds_ = measureBounds(scans_, order_, progress_, stopToken_);
       if (stated && holdsAll(*stated) && convert(records, sample, *stated)) return std::move(report_);
     }
-    report_.remarks.emplace_back(
-        "The boxes that the inputs state are wrong; the points were measured instead.");
-    if (!convert(records, sample, tightBox(scans_, bounds_))) {
+    const auto tight = tightBox(scans_, bounds_);
+    if (!stated || differ(*stated, tight)) {
+      report_.remarks.emplace_back(
+          "The boxes that the inputs state do not fit their points, which were measured.");
+    }
+    if (!convert(records, sample, tight)) {
       throw ConversionError(Result::InputCannotRead, "the inputs changed while they were read");
     }
     return std::move(report_);
@@ -104,7 +124,6 @@ class Conversion {
     if (points.outsideGrid) return false;
     if (points.numPoints == 0) throw ConversionError(Result::InputEmpty, "the input holds no points");
 
-    progress_.begin(Stage::Index, 2 * points.numPoints);
     report_.remarks.insert(report_.remarks.end(), remarks.begin(), remarks.end());
     write(records, grid, chunksOf(cells, firstCell, records.stride, grid, store), points, store);
     return true;
@@ -156,8 +175,9 @@ class Conversion {
 
     const auto encoder =
         makeNodeEncoder(metaData.encoding, RecordLayout(metaData.attributes), settings_.brotliQuality);
-    OctreeWriter writer(files_, folders_.output, metaData,
-                        {settings_.brotliQuality, PoTree::MetaDataUse::Main});
+    const OctreeWriterOptions writing{settings_.brotliQuality, PoTree::MetaDataUse::Main};
+    OctreeWriter writer =
+        withRole(FileRole::Output, [&] { return OctreeWriter(files_, folders_.output, metaData, writing); });
     const std::size_t leafPoints =
         std::min<std::uint64_t>(settings_.tree.leafPoints, settings_.tree.chunkBytes / records.stride);
     const IndexPlan plan{records,
@@ -167,7 +187,9 @@ class Conversion {
                          std::move(chunks),
                          leafPoints,
                          settings_.sampling,
-                         settings_.dropDuplicates};
+                         settings_.dropDuplicates,
+                         IndexShares::of(metaData.encoding)};
+    progress_.begin(Stage::Index, points.numPoints * plan.shares.sum());
     const IndexResult result =
         indexChunks(plan, store, writer, points.statistics, order_, progress_, stopToken_);
     report_.numPoints = result.numPoints;
@@ -183,7 +205,7 @@ class Conversion {
       }
     }
     throwIfStopped(stopToken_);
-    writer.finish(metaData);
+    withRole(FileRole::Output, [&] { writer.finish(metaData); });
     progress_.advance(1);
   }
 

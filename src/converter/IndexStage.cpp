@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "converter/ChunkWork.h"
+#include "converter/FileRole.h"
 #include "converter/UpperTree.h"
 #include "converter/WorkerThreads.h"
 
@@ -111,6 +112,11 @@ class Indexer {
     return Task{Kind::Load, loaded_++};
   }
 
+  /// Those that the chunk had in the store.
+  [[nodiscard]] std::uint64_t pointsOf(std::size_t chunk) const {
+    return plan_.chunks[chunk].bytes / plan_.records.stride;
+  }
+
   std::size_t takeBatch(ChunkState& chunk) {
     if (order_.shuffleSeed) std::swap(chunk.batches[random_() % chunk.batches.size()], chunk.batches.back());
     const std::size_t batch = chunk.batches.back();
@@ -135,7 +141,7 @@ class Indexer {
   void load(std::size_t number, const std::stop_token& stop) {
     AttributeStatistics dropped(plan_.records);
     const std::uint64_t duplicates = chunks_[number].work->load(dropped, stop);
-    progress_.advance(plan_.chunks[number].bytes / plan_.records.stride);
+    progress_.advance(pointsOf(number) * plan_.shares.load);
     const std::lock_guard lock(mutex_);
     result_.duplicates += duplicates;
     statistics_.removeDuplicates(dropped);
@@ -152,6 +158,7 @@ class Indexer {
       changed_.notify_all();
     }
     work.select(grid, stop);
+    progress_.advance(pointsOf(number) * plan_.shares.select);
     const std::lock_guard lock(mutex_);
     ChunkState& chunk = chunks_[number];
     memoryInUse_ -= std::exchange(chunk.memory, work.memoryForEncoding());
@@ -161,7 +168,7 @@ class Indexer {
   }
 
   void encode(const Task& task, const std::stop_token& stop) {
-    progress_.advance(chunks_[task.chunk].work->encode(task.batch, stop));
+    progress_.advance(chunks_[task.chunk].work->encode(task.batch, stop) * plan_.shares.encode);
     const std::lock_guard lock(mutex_);
     ChunkState& chunk = chunks_[task.chunk];
     if (--chunk.batchesUnderWay == 0 && chunk.batches.empty()) chunk.step = Step::Encoded;
@@ -198,10 +205,10 @@ class Indexer {
           store_.read(piece, records[i]);
         }
         encoded[i] = {nodes[i].id, nodes[i].numPoints, plan_.encoder.encode(records[i], scratch[i])};
-        progress_.advance(nodes[i].numPoints);
+        progress_.advance(nodes[i].numPoints * plan_.shares.encode);
       }
     });
-    writer_.addEncoded(encoded);
+    withRole(FileRole::Output, [&] { writer_.addEncoded(encoded); });
     for (const UpperTree::Node& node : nodes) result_.numPoints += node.numPoints;
   }
 

@@ -18,6 +18,19 @@
 
 namespace Converter {
 
+/// How the time of indexing a point is shared by its steps, measured; in units of progress.
+struct IndexShares {
+  std::uint64_t load = 0;  ///< and sort
+  std::uint64_t select = 0;
+  std::uint64_t encode = 0;  ///< and write
+
+  [[nodiscard]] static constexpr IndexShares of(PoTree::Encoding encoding) {
+    return encoding == PoTree::Encoding::Brotli ? IndexShares{1, 1, 10} : IndexShares{5, 4, 1};
+  }
+  /// Of one point.
+  [[nodiscard]] constexpr std::uint64_t sum() const { return load + select + encode; }
+};
+
 /// What indexing needs to know of the cloud.
 struct IndexPlan {
   const CloudRecords& records;
@@ -28,6 +41,7 @@ struct IndexPlan {
   std::size_t leafPoints = 0;  ///< a node of no more points is a leaf
   Sampling sampling = Sampling::Poisson;
   bool dropDuplicates = false;
+  IndexShares shares;
 };
 
 struct IndexResult {
@@ -38,8 +52,8 @@ struct IndexResult {
 /// Indexes all chunks and writes their nodes, chunk after chunk along the Z curve, those of a chunk breadth
 /// first, then the nodes above them, the root last. The chunks' points leave the store.
 /// @param statistics  gets dropped duplicates taken out.
-/// @param progress    advances by twice the number of points.
-/// @throws ConversionError, ConversionCancelled, std::system_error.
+/// @param progress    advances by about IndexPlan::shares for each point.
+/// @throws ConversionError, ConversionCancelled.
 [[nodiscard]] IndexResult indexChunks(const IndexPlan& plan, TempStore& store, OctreeWriter& writer,
                                       AttributeStatistics& statistics, const WorkOrder& order,
                                       Progress& progress, std::stop_token stopToken);

@@ -80,12 +80,18 @@ std::vector<std::byte> findRecord(const std::vector<Formats::LasVlr>& records, s
 }
 
 /// All records of a file, those before the points first.
-std::vector<Formats::LasVlr> listRecords(const Formats::LasHeader& header, const Core::ReadableFile& file,
+std::vector<Formats::LasVlr> listRecords(const Formats::LasHeader& header,
+                                         const Formats::LasPointData& points, const Core::ReadableFile& file,
                                          std::uint64_t fileSize, std::vector<std::string>& warnings) {
   using Formats::LasVlrRegion;
   const auto fetch = [&](std::uint64_t offset, std::span<std::byte> out) { file.read(offset, out); };
   std::vector<Formats::LasVlr> records = Formats::listLasVlrs(
       {LasVlrRegion::Kind::Vlr, header.headerSize, header.pointDataOffset, header.numVlrs}, fetch, warnings);
+  if (header.numEvlrs != 0 && header.evlrOffset < points.offset) {
+    warnings.push_back("The extended records would begin at byte " + std::to_string(header.evlrOffset) +
+                       ", before the points; they are left out.");
+    return records;
+  }
   const std::vector<Formats::LasVlr> behind = Formats::listLasVlrs(
       {LasVlrRegion::Kind::Evlr, header.evlrOffset, fileSize, header.numEvlrs}, fetch, warnings);
   records.insert(records.end(), behind.begin(), behind.end());
@@ -133,8 +139,9 @@ class LasScanReader final : public ScanReader {
     std::vector<Math::Point<double, 3>> points;
     const std::uint64_t total = info_.numPoints;
     const std::uint64_t groups = count / kSampleGroup + (count % kSampleGroup != 0 ? 1 : 0);
+    if (groups == 0) return points;
     if (groups >= total / kSampleGroup) {  // groups would overlap
-      appendWorld(0, std::min<std::uint64_t>(total, count == 0 ? 0 : total), points);
+      appendWorld(0, total, points);
       return points;
     }
     // Groups begin at whole shares of what is left for the first record of one.
@@ -250,7 +257,7 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
   ScanInfo info = infoOf(header, name);
   info.numPoints = numPointsOf(header, points, options, name, info.warnings);
 
-  const auto records = listRecords(header, *file, fileSize, info.warnings);
+  const auto records = listRecords(header, points, *file, fileSize, info.warnings);
   const auto find = [&](std::string_view userId, std::uint16_t recordId) {
     return findRecord(records, userId, recordId, *file, info.warnings);
   };

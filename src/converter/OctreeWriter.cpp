@@ -12,15 +12,12 @@
 
 #include "converter/MetaDataCheck.h"
 #include "converter/MetaDataWriter.h"
+#include "converter/OctreeFiles.h"
 #include "core/ByteReader.h"
 #include "core/Parallel.h"
 
 namespace Converter {
 namespace {
-
-constexpr const char* kMetaDataFile = "metadata.json";
-constexpr const char* kHierarchyFile = "hierarchy.bin";
-constexpr const char* kOctreeFile = "octree.bin";
 
 // Viewers read counts as signed 32-bit numbers.
 constexpr std::size_t kMostPointsPerNode = std::numeric_limits<std::int32_t>::max();

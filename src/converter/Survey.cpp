@@ -87,6 +87,25 @@ bool Sample::agreesWith(const Math::NBoundingBox<double, 3>& stated) const {
   return true;
 }
 
+bool Sample::hasOutliers() const {
+  constexpr double kFarApart = 20;
+  constexpr std::size_t kFewest = 1000;
+  if (points_.size() < kFewest) return false;
+  const std::size_t left = points_.size() / 2000;  // out on either side
+  double longest = 0;
+  std::vector<double> values(points_.size());
+  for (int axis = 0; axis < 3; ++axis) {
+    std::transform(points_.begin(), points_.end(), values.begin(), [&](const auto& p) { return p[axis]; });
+    const auto low = values.begin() + static_cast<std::ptrdiff_t>(left);
+    const auto high = values.end() - 1 - static_cast<std::ptrdiff_t>(left);
+    std::nth_element(values.begin(), low, values.end());
+    const double lowest = *low;
+    std::nth_element(values.begin(), high, values.end());
+    longest = std::max(longest, *high - lowest);
+  }
+  return longestExtent(box_) > kFarApart * longest;
+}
+
 CellTree Sample::cells(const OutputGrid& grid, std::size_t stride, std::uint64_t cellBytes) const {
   const std::uint64_t bytes = numPoints_ * stride;
   if (bytes <= cellBytes || points_.empty()) return CellTree();

@@ -37,6 +37,10 @@ class Sample {
   /// Whether the sample gives no reason to doubt the stated box.
   [[nodiscard]] bool agreesWith(const Math::NBoundingBox<double, 3>& stated) const;
 
+  /// Whether all but one in a thousand points lie in a small part of the box: a sign that the others are
+  /// stray, or in another coordinate system.
+  [[nodiscard]] bool hasOutliers() const;
+
   /// Cells that hold about @p cellBytes each, as far as the sample tells.
   [[nodiscard]] CellTree cells(const OutputGrid& grid, std::size_t stride, std::uint64_t cellBytes) const;
 

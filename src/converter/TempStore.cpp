@@ -3,10 +3,12 @@
 #include <numeric>
 #include <utility>
 
+#include "converter/FileRole.h"
+
 namespace Converter {
 
 TempStore::TempStore(Core::FileSystem& files, const std::filesystem::path& path)
-    : file_(files.create(path)) {}
+    : file_(withRole(FileRole::Temporary, [&] { return files.create(path); })) {}
 
 std::size_t TempStore::addCells(std::size_t count) {
   const std::lock_guard lock(mutex_);
@@ -16,7 +18,7 @@ std::size_t TempStore::addCells(std::size_t count) {
 
 void TempStore::append(std::size_t cell, std::span<const std::byte> bytes) {
   const Piece piece{end_.fetch_add(bytes.size()), bytes.size()};
-  file_->write(piece.offset, bytes);
+  withRole(FileRole::Temporary, [&] { file_->write(piece.offset, bytes); });
   const std::lock_guard lock(mutex_);
   cells_[cell].push_back(piece);
 }
@@ -32,7 +34,9 @@ std::vector<TempStore::Piece> TempStore::piecesOf(std::size_t cell) const {
   return cells_[cell];
 }
 
-void TempStore::read(const Piece& piece, std::span<std::byte> out) const { file_->read(piece.offset, out); }
+void TempStore::read(const Piece& piece, std::span<std::byte> out) const {
+  withRole(FileRole::Temporary, [&] { file_->read(piece.offset, out); });
+}
 
 void TempStore::discard(std::size_t cell) {
   std::vector<Piece> pieces;

@@ -14,7 +14,8 @@
 namespace Converter {
 
 /// Points on their way from distributing to indexing: many growing cells, packed as pieces into one temporary
-/// file, which goes with this object. Threads: all calls are safe together, those on one cell too.
+/// file, which goes with this object. Failures of the file are ConversionErrors of temporary files. Threads:
+/// all calls are safe together, those on one cell too.
 class TempStore {
  public:
   /// A range of the file.
@@ -23,20 +24,20 @@ class TempStore {
     std::uint64_t size = 0;
   };
 
-  /// @throws std::system_error naming the path.
+  /// @throws ConversionError.
   TempStore(Core::FileSystem& files, const std::filesystem::path& path);
 
   /// Makes @p count further cells, and returns the number of the first.
   std::size_t addCells(std::size_t count);
 
-  /// @throws std::system_error.
+  /// @throws ConversionError.
   void append(std::size_t cell, std::span<const std::byte> bytes);
 
   [[nodiscard]] std::uint64_t bytesOf(std::size_t cell) const;
   [[nodiscard]] std::vector<Piece> piecesOf(std::size_t cell) const;
 
   /// Fills @p out, which is as long as the piece.
-  /// @throws std::system_error, Core::FormatError.
+  /// @throws ConversionError.
   void read(const Piece& piece, std::span<std::byte> out) const;
 
   /// Empties a cell and gives its space back.

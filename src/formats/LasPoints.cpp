@@ -17,25 +17,6 @@ using Math::AttributeType;
 // processor's nearest cache.
 constexpr std::size_t kRecordsPerRound = 256;
 
-/// Where a point format keeps what not all formats have; 0: it has none.
-struct OptionalParts {
-  std::size_t gpsTime;
-  std::size_t rgb;
-  std::size_t nir;
-};
-
-constexpr std::array<OptionalParts, 11> kOptionalParts{{{0, 0, 0},
-                                                        {20, 0, 0},
-                                                        {0, 20, 0},
-                                                        {20, 28, 0},
-                                                        {20, 0, 0},
-                                                        {20, 28, 0},
-                                                        {22, 0, 0},
-                                                        {22, 30, 0},
-                                                        {22, 30, 36},
-                                                        {22, 0, 0},
-                                                        {22, 30, 36}}};
-
 }  // namespace
 
 template <std::size_t size>
@@ -149,7 +130,7 @@ void LasPointDecoder::addBits(std::string_view name, std::size_t offset, unsigne
 
 // Offsets and bits: ASPRS LAS 1.4 R15, tables 7 to 17.
 void LasPointDecoder::addStandardFields(std::uint8_t pointFormat) {
-  const bool isExtended = pointFormat >= 6;
+  const bool isExtended = pointFormat >= kFirstExtendedLasFormat;
   add("intensity", AttributeType::UInt16, 1, 12);
   if (isExtended) {
     addBits("return number", 14, 0, 0x0F);
@@ -168,7 +149,7 @@ void LasPointDecoder::addStandardFields(std::uint8_t pointFormat) {
     add("user data", AttributeType::UInt8, 1, 17);
     add("point source id", AttributeType::UInt16, 1, 18);
   }
-  const OptionalParts& parts = kOptionalParts[pointFormat];
+  const LasOptionalParts& parts = kLasOptionalParts[pointFormat];
   if (parts.gpsTime != 0) add("gps-time", AttributeType::Double, 1, parts.gpsTime);
   if (parts.rgb != 0) add("rgb", AttributeType::UInt16, 3, parts.rgb);
   if (parts.nir != 0) add("nir", AttributeType::UInt16, 1, parts.nir);
@@ -179,11 +160,13 @@ void LasPointDecoder::addStandardFields(std::uint8_t pointFormat) {
 LasPointDecoder::LasPointDecoder(std::uint8_t pointFormat, std::size_t recordLength,
                                  std::span<const LasExtraField> extraFields)
     : recordLength_(recordLength) {
-  if (pointFormat >= kOptionalParts.size() || recordLength < lasRecordSize(pointFormat)) {
+  if (pointFormat >= kLasOptionalParts.size() || recordLength < lasRecordSize(pointFormat)) {
     throw std::invalid_argument("LAS point format " + std::to_string(pointFormat) + " in records of " +
                                 std::to_string(recordLength) + " bytes");
   }
   addStandardFields(pointFormat);
+  numStandard_ = fields_.size();
+  decodeStandard_ = standardFieldsDecoder(pointFormat);
   const std::size_t firstExtraByte = lasRecordSize(pointFormat);
   for (const LasExtraField& extra : extraFields) {
     const std::size_t size = Math::sizeOf(extra.storedType) * extra.attribute.numElements;
@@ -204,11 +187,16 @@ LasPointDecoder::LasPointDecoder(std::uint8_t pointFormat, std::size_t recordLen
 void LasPointDecoder::decode(std::span<const std::byte> records, std::byte* out, std::size_t stride,
                              std::span<const std::size_t> offsets) const {
   const std::size_t count = records.size() / recordLength_;
+  const auto standard = offsets.first(numStandard_);
+  const bool wantsStandard = std::find(standard.begin(), standard.end(), kUnwanted) == standard.end();
   for (std::size_t first = 0; first < count; first += kRecordsPerRound) {
     const std::size_t inRound = std::min(kRecordsPerRound, count - first);
     const std::byte* const roundRecords = records.data() + first * recordLength_;
     std::byte* const roundOut = out + first * stride;
-    for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (wantsStandard) {
+      decodeStandard_(roundRecords, recordLength_, inRound, roundOut, stride, offsets.data());
+    }
+    for (std::size_t i = wantsStandard ? numStandard_ : 0; i < fields_.size(); ++i) {
       if (offsets[i] == kUnwanted) continue;
       fields_[i].extract(fields_[i], roundRecords, recordLength_, inRound, roundOut + offsets[i], stride);
     }

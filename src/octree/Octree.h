@@ -30,7 +30,7 @@ struct ChildIds {
 
 /// Which stored attributes nodes are loaded with, as the extra columns of their points.
 struct WantedAttributes {
-  std::vector<std::string> names;  ///< those that are not stored are left out
+  std::vector<std::string> names{};  ///< those that are not stored are left out
   bool all = false;                ///< whatever is stored, named or not
 };
 

@@ -53,5 +53,32 @@ TEST(NumberArguments, RefuseEmptyItems) {
   }
 }
 
+TEST(NumberArguments, AreCountsFromOneToALimit) {
+  EXPECT_EQ(parseCount("--n", "1", 8), 1U);
+  EXPECT_EQ(parseCount("--n", "8", 8), 8U);
+  for (const char* const text : {"0", "9", "18446744073709551616"}) {
+    EXPECT_THAT([&] { (void)parseCount("--n", text, 8); },
+                ThrowsMessage<CallError>("--n: '" + std::string(text) + "' is out of range"));
+  }
+  for (const char* const text : {"", "-1", "1.5", "2 ", "two"}) {
+    EXPECT_THAT([&] { (void)parseCount("--n", text, 8); },
+                ThrowsMessage<CallError>("--n: '" + std::string(text) + "' is not a whole number"));
+  }
+}
+
+TEST(NumberArguments, AreBytesWithUnits) {
+  EXPECT_EQ(parseByteCount("--m", "1000"), 1000U);
+  EXPECT_EQ(parseByteCount("--m", "3K"), 3072U);
+  EXPECT_EQ(parseByteCount("--m", "512m"), 512U << 20U);
+  EXPECT_EQ(parseByteCount("--m", "1.5G"), 3ULL << 29U);
+  for (const char* const text : {"-1", "1e30", "2000000000G"}) {
+    EXPECT_THAT([&] { (void)parseByteCount("--m", text); },
+                ThrowsMessage<CallError>("--m: '" + std::string(text) + "' is out of range"));
+  }
+  for (const char* const text : {"", "G", "1T", "1 G", "1GB"}) {
+    EXPECT_THROW((void)parseByteCount("--m", text), CallError) << text;
+  }
+}
+
 }  // namespace
 }  // namespace Program

@@ -74,8 +74,8 @@ TEST(PointAttributes, OfTwoNormalComponentsAreNoNormals) {
 }
 
 TEST(PointAttributes, GiveTheFurtherColumnsOfAChunk) {
-  const Sorvik::PointCloud cloud =
-      AttributeCloud({"position", "intensity", "return number", "gps-time"}).open();
+  const AttributeCloud folder({"position", "intensity", "return number", "gps-time"});
+  const Sorvik::PointCloud cloud = folder.open();
   const auto layout = Program::layoutOf(cloud, Program::Frame::World, std::nullopt);
   const Sorvik::PointChunk chunk = *Sorvik::AllPointsIterator(cloud, 0);
   const std::vector<Sorvik::AttributeColumn> columns = Program::furtherColumns(layout, chunk);

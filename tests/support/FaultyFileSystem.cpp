@@ -94,7 +94,7 @@ void FaultyFileSystem::rename(const std::filesystem::path& from, const std::file
 
 bool FaultyFileSystem::exchange(const std::filesystem::path& a, const std::filesystem::path& b) {
   ask(FileCall::Exchange, b);
-  return inner_.exchange(a, b);
+  return canExchange_ && inner_.exchange(a, b);
 }
 
 void FaultyFileSystem::removeAll(const std::filesystem::path& path) {

@@ -44,6 +44,8 @@ class FaultyFileSystem final : public Core::FileSystem {
   void before(Hook hook) { hook_ = std::move(hook); }
   /// Lets the @p n th (from 1) of the calls of @p kinds fail with @p error (EIO and the like), once.
   void failNth(std::size_t n, std::set<FileCall> kinds, int error);
+  /// Lets exchange() answer that the file system cannot, from now on.
+  void cannotExchange() { canExchange_ = false; }
   /// Whether failNth() has come to its call.
   [[nodiscard]] bool hasFailed() const { return failed_; }
 
@@ -63,6 +65,7 @@ class FaultyFileSystem final : public Core::FileSystem {
   Core::FileSystem& inner_;
   std::mutex mutex_;  // guards calls of hook_
   Hook hook_ = [](FileCall, const std::filesystem::path&) {};
+  bool canExchange_ = true;
   std::atomic<bool> failed_ = false;
 };
 

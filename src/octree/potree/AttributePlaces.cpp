@@ -90,10 +90,10 @@ std::optional<Math::Attribute> columnAttribute(const MetaData& metaData, const A
   const std::size_t elementSize = Math::sizeOf(*type);
   const auto size = static_cast<std::size_t>(attribute.size);
   if (size == 0 || size % elementSize != 0) return std::nullopt;
-  // Whatever its declaration, a compressed colour takes the bytes of a code of three 16-bit values.
-  const bool isLost = metaData.encoding == Encoding::Brotli && attribute.name == "rgb" &&
-                      metaData.findReadable("rgb") != &attribute;
-  if (isLost) return std::nullopt;
+  // Positions, and whatever is declared as colour in compressed data, stand there as codes of one form.
+  const bool isCode =
+      attribute.name == "position" || (attribute.name == "rgb" && metaData.encoding == Encoding::Brotli);
+  if (isCode && metaData.findReadable(attribute.name) != &attribute) return std::nullopt;
 
   Math::Attribute column{
       attribute.name, attribute.description, *type, static_cast<std::uint32_t>(size / elementSize), {}, {}};

@@ -50,7 +50,8 @@ struct ExtraAttribute {
 
 /// An attribute of the list as a column holds it: in its stored type, with as many elements as its size says
 /// (positions: three), its scale and offset left empty where they are 1 and 0; those of positions are the
-/// octree's. Nothing when the type is not known, or when compression leaves nothing of the declared form.
+/// octree's. Nothing when the type is not known, and for positions, or colours in compressed data, that are
+/// not stored in the form that the decoder reads.
 [[nodiscard]] std::optional<Math::Attribute> columnAttribute(const MetaData& metaData,
                                                              const Attribute& attribute);
 

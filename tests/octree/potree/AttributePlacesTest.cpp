@@ -66,6 +66,12 @@ TEST(ColumnAttribute, IsNoneOfAnUnknownType) {
   EXPECT_EQ(column(PotreeFiles().set("/attributes/1/type", "\"undefined\""), 1), std::nullopt);
 }
 
+TEST(ColumnAttribute, IsNoneOfPositionsThatAreNotDecoded) {
+  MetaData metaData = parsed(PotreeFiles());
+  metaData.attributes[0].type = "float";
+  EXPECT_EQ(PoTree::columnAttribute(metaData, metaData.attributes[0]), std::nullopt);
+}
+
 TEST(ColumnAttribute, IsNoneOfCompressedColoursInAnotherForm) {
   const PotreeFiles files =
       PotreeFiles().set("/attributes/3/size", "3").set("/attributes/3/type", "\"uint8\"");
