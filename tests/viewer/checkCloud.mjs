@@ -1,5 +1,5 @@
 // checkCloud.mjs CLOUD_FOLDER TRUTH: loads every node of an octree as potree-core does, and holds each point
-// against the truth: rows of doubles, row i for the point whose attribute "id" is i (make_viewer_cloud writes
+// against the truth: rows of doubles, row i for the point whose attribute "id" is i (make_viewer_scan writes
 // them). Ends with 1 and a line per kind of difference, or says what it compared.
 
 import { readFileSync } from 'node:fs';

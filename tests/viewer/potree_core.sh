@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Loads clouds that we converted with the loader of a stock viewer, the npm package potree-core, under Node.
-#   potree_core.sh MAKE_VIEWER_CLOUD WORK_FOLDER
+# Converts a scan and loads the octree with the loader of a stock viewer, the npm package potree-core, under Node.
+#   potree_core.sh SORVIK MAKE_VIEWER_SCAN WORK_FOLDER
 # Ends with 77 (skipped) where Node is missing or the package registry cannot be reached.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-make_cloud=$1
-work=$2
+sorvik=$1
+make_scan=$2
+work=$3
 
 skip() {
   echo "SKIPPED, nothing was tested: $1" >&2
@@ -41,11 +42,12 @@ fi
 mkdir -p "$work"
 install_tools
 cp "$here"/*.mjs "$work/tools/"
-cloud=$(mktemp -d)
-trap 'rm -rf "$cloud"' EXIT
-"$make_cloud" "$cloud"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+"$make_scan" "$scratch/scan.las" "$scratch/truth.f64"
 status=0
 for encoding in uncompressed brotli; do
-  timeout 120 node "$work/tools/checkCloud.mjs" "$cloud/$encoding" "$cloud/truth.f64" || status=1
+  "$sorvik" convert "$scratch/scan.las" -o "$scratch/$encoding" --encoding "$encoding" --json
+  timeout 120 node "$work/tools/checkCloud.mjs" "$scratch/$encoding" "$scratch/truth.f64" || status=1
 done
 exit "$status"
