@@ -27,6 +27,7 @@ constexpr std::uint32_t kDense = 50'000;
 constexpr std::int32_t kSide = 1'000'000;  // steps
 constexpr std::int32_t kDenseSide = 1'000;
 constexpr std::array<std::int32_t, 2> kDenseCorner{700'123, 300'456};
+constexpr std::int32_t kHighest = 160'050;
 
 // Places in a record: those of point format 7, then the extra bytes in their order.
 constexpr std::size_t kIntensityAt = 12;
@@ -115,6 +116,11 @@ Testing::LasFile emptyScan() {
                extraBytesDescription(kDouble, "NormalY") + extraBytesDescription(kDouble, "NormalZ") +
                extraBytesDescription(kDouble, "deviation") + extraBytesDescription(kUInt64, "stamp") +
                extraBytesDescription(kInt64, "echo"));
+  constexpr std::array<std::int32_t, 3> kLargest{kSide, kSide, kHighest};
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    scan.patch(179 + 16 * axis, kLargest[axis] * kScale + kOffset[axis])
+        .patch(187 + 16 * axis, kOffset[axis]);
+  }
   return scan;
 }
 
