@@ -47,7 +47,16 @@ struct Bounds {
   std::vector<double> max;
 };
 
+bool isNormalComponent(std::string_view name) {
+  return name == "NormalX" || name == "NormalY" || name == "NormalZ";
+}
+
 Bounds viewerBounds(const PoTree::Attribute& attribute) {
+  // Viewers hand doubles to their shaders as shares of the range, and normals like any other.
+  if (attribute.type == "double" && isNormalComponent(attribute.name)) {
+    const auto elements = static_cast<std::size_t>(attribute.numElements);
+    return {std::vector<double>(elements, 0), std::vector<double>(elements, 1)};
+  }
   const auto finite = [&](std::vector<double> values) {
     values.resize(static_cast<std::size_t>(attribute.numElements));
     std::replace_if(

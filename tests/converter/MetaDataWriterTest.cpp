@@ -118,4 +118,18 @@ TEST(MetaDataWriter, GivesDoubleAttributesButTheTimeARangeToDivideBy) {
   EXPECT_EQ(attributes[3]["max"][0], 5);
 }
 
+TEST(MetaDataWriter, GivesNormalsTheRangeThatLeavesThemAsTheyAre) {
+  PoTree::MetaData metaData = plainMetaData();
+  metaData.attributes = {makeAttribute("NormalX", "double"), makeAttribute("NormalX", "float")};
+  for (PoTree::Attribute& attribute : metaData.attributes) {
+    attribute.min = {-0.5};
+    attribute.max = {0.25};
+  }
+  const nlohmann::json attributes = written(metaData)["attributes"];
+  EXPECT_EQ(attributes[0]["min"][0], 0);
+  EXPECT_EQ(attributes[0]["max"][0], 1);
+  EXPECT_EQ(attributes[1]["min"][0], -0.5);
+  EXPECT_EQ(attributes[1]["max"][0], 0.25);
+}
+
 }  // namespace

@@ -1,0 +1,313 @@
+// Scans that other programs wrote, converted, read again in the plainest way, and held against what is known
+// of their points.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include "converter/Conversion.h"
+#include "converter/ConversionError.h"
+#include "converter/LasScanReader.h"
+#include "converter/WrittenOctree.h"
+#include "support/SampleData.h"
+#include "support/TempFolder.h"
+
+namespace {
+
+using nlohmann::json;
+using PoTree::Encoding;
+using Testing::WrittenOctree;
+
+/// Every LAS file of the sample data that holds points.
+constexpr std::array kScans{"copclib-first_20_pts",
+                            "derived-lastools-fusa",
+                            "laspy-1_4_w_evlr",
+                            "laspy-simple1_1",
+                            "laspy-simple1_4",
+                            "lasrs-one-point",
+                            "laszip-5points_14",
+                            "lazperf-autzen_trim",
+                            "lazperf-extrabytes",
+                            "lazperf-point-color",
+                            "lazperf-point-color-time",
+                            "lazperf-point10",
+                            "lazperf-point10-1.1",
+                            "liblas-bad_points_1.1",
+                            "loadersgl-pdrf10-1.4",
+                            "loadersgl-pdrf4-1.3",
+                            "loadersgl-pdrf6-1.4",
+                            "loadersgl-pdrf8-1.4",
+                            "loadersgl-points-1.4",
+                            "pdal-1.2-with-color",
+                            "pdal-100-points",
+                            "pdal-autzen-bmx-2010",
+                            "pdal-autzen-thin-srs",
+                            "pdal-autzen_trim_7",
+                            "pdal-bad-geotiff-keys",
+                            "pdal-bad_vlr_count",
+                            "pdal-crop-on-edge",
+                            "pdal-extrabytes",
+                            "pdal-gps-time-nan",
+                            "pdal-mvk-thin",
+                            "pdal-permutation-1.0_0",
+                            "pdal-permutation-1.1_1",
+                            "pdal-permutation-1.2_0",
+                            "pdal-permutation-1.2_2",
+                            "pdal-prec3",
+                            "pdal-sample_c_thin",
+                            "pdal-test1_4",
+                            "pdal-test_epsg_4326",
+                            "potreeconverter-PD0003",
+                            "rlas-example"};
+constexpr const char* kWithoutPoints = "lazperf-no-points-1.3";
+constexpr const char* kWithoutItsPoints = "pdal-1.2-no-points";
+
+class Unwatched final : public Converter::Progress {
+ public:
+  void begin(Converter::Stage /*stage*/, std::uint64_t /*total*/) override {}
+  void advance(std::uint64_t /*units*/) override {}
+};
+
+Converter::ConversionReport convert(const std::filesystem::path& scan, Encoding encoding,
+                                    const std::filesystem::path& folder,
+                                    const Converter::LasReadOptions& options = {}) {
+  Core::DiskFileSystem files(Core::DiskFileSystem::Sync::No);
+  std::vector<std::unique_ptr<Converter::ScanReader>> scans;
+  scans.push_back(Converter::openLas(files, scan, options));
+  Converter::ConversionSettings settings;
+  settings.name = scan.stem();
+  settings.encoding = encoding;
+  Unwatched progress;
+  files.createDirectories(folder / "cloud");
+  files.createDirectories(folder / "temporary");
+  return convertScans(scans, settings, {folder / "cloud", folder / "temporary"}, files, progress, {});
+}
+
+Converter::Result resultOf(const std::filesystem::path& scan, const Converter::LasReadOptions& options,
+                           std::string& message) {
+  const Testing::TempFolder folder;
+  try {
+    convert(scan, Encoding::Uncompressed, folder.path(), options);
+  } catch (const Converter::ConversionError& error) {
+    message = error.what();
+    return error.result();
+  }
+  return Converter::Result::Success;
+}
+
+/// Where an attribute stands in the records of an octree.
+struct Place {
+  std::size_t offset = 0;
+  std::size_t elementSize = 0;
+
+  /// An unsigned number of at most eight bytes.
+  [[nodiscard]] std::uint64_t value(const std::string& record, std::size_t element = 0) const {
+    std::uint64_t number = 0;
+    for (std::size_t i = 0; i < elementSize; ++i) {
+      const auto byte = static_cast<unsigned char>(record.at(offset + element * elementSize + i));
+      number |= std::uint64_t{byte} << 8 * i;
+    }
+    return number;
+  }
+};
+
+std::optional<Place> findPlace(const json& metaData, std::string_view name) {
+  Place place;
+  for (const json& attribute : metaData.at("attributes")) {
+    place.elementSize = attribute.at("elementSize");
+    if (attribute.at("name") == name) return place;
+    place.offset += attribute.at("size").get<std::size_t>();
+  }
+  return std::nullopt;
+}
+
+struct Totals {
+  std::uint64_t points = 0;
+  std::array<std::int64_t, 3> stored{};
+  std::array<std::int64_t, 3> lowest{INT64_MAX, INT64_MAX, INT64_MAX};
+  std::array<std::int64_t, 3> highest{INT64_MIN, INT64_MIN, INT64_MIN};
+  std::uint64_t intensities = 0;
+  std::array<std::uint64_t, 3> colors{};
+  std::map<std::string, std::uint64_t> classes;
+};
+
+/// One scan of the sample data in one encoding, converted.
+class RealScans : public testing::TestWithParam<std::tuple<const char*, Encoding>> {
+ protected:
+  void SetUp() override {
+    const auto samples = Testing::sampleData();
+    if (!samples) GTEST_SKIP() << "no sample data: needs las in ../shared/data";
+    const std::string name = std::get<0>(GetParam());
+    truth_ = json::parse(Testing::readFile(*samples / "las" / (name + ".truth.json")));
+    report_ = convert(*samples / "las" / (name + ".las"), std::get<1>(GetParam()), folder_.path());
+    octree_.emplace(folder_.path() / "cloud");
+    intensity_ = findPlace(octree_->metaData, "intensity").value();
+    classification_ = findPlace(octree_->metaData, "classification").value();
+    color_ = findPlace(octree_->metaData, "rgb");
+  }
+
+  [[nodiscard]] const json& points() const { return truth_.at("points"); }
+  [[nodiscard]] double scale(std::size_t axis) const { return octree_->metaData.at("scale").at(axis); }
+  [[nodiscard]] double offset(std::size_t axis) const { return octree_->metaData.at("offset").at(axis); }
+  [[nodiscard]] double sourceScale(std::size_t axis) const {
+    return truth_.at("header").at("scale").at(axis);
+  }
+  [[nodiscard]] double sourceOffset(std::size_t axis) const {
+    return truth_.at("header").at("offset").at(axis);
+  }
+  /// How far a stored coordinate may be from that of the source, in world units: nothing but rounding, unless
+  /// the source's grid is too fine for the octree.
+  [[nodiscard]] double tolerance(std::size_t axis) const {
+    const double step = scale(axis) == sourceScale(axis) ? 1e-6 * scale(axis) : 0.5 * scale(axis);
+    return step + 4e-16 * std::abs(offset(axis)) + 1e-12;
+  }
+
+  [[nodiscard]] Totals totals() const {
+    Totals totals;
+    for (const auto& node : octree_->nodes) {
+      for (const std::string& record : octree_->pointsOf(node.first)) add(totals, record);
+    }
+    return totals;
+  }
+
+  /// Whether some point has the place and the attributes of @p truth.
+  [[nodiscard]] bool holds(const json& truth) const {
+    for (const auto& node : octree_->nodes) {
+      for (const std::string& record : octree_->pointsOf(node.first)) {
+        if (isPoint(record, truth)) return true;
+      }
+    }
+    return false;
+  }
+
+  json truth_;
+  Testing::TempFolder folder_;
+  Converter::ConversionReport report_;
+  std::optional<WrittenOctree> octree_;
+
+ private:
+  void add(Totals& totals, const std::string& record) const {
+    ++totals.points;
+    const std::array<std::int32_t, 3> stored = Testing::positionOf(record);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      totals.stored[axis] += stored[axis];
+      totals.lowest[axis] = std::min(totals.lowest[axis], std::int64_t{stored[axis]});
+      totals.highest[axis] = std::max(totals.highest[axis], std::int64_t{stored[axis]});
+      if (color_) totals.colors[axis] += color_->value(record, axis);
+    }
+    totals.intensities += intensity_.value(record);
+    ++totals.classes[std::to_string(classification_.value(record))];
+  }
+
+  [[nodiscard]] bool isPoint(const std::string& record, const json& truth) const {
+    const std::array<std::int32_t, 3> stored = Testing::positionOf(record);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double world = stored[axis] * scale(axis) + offset(axis);
+      if (std::abs(world - truth.at("xyz").at(axis).get<double>()) > tolerance(axis)) return false;
+      if (truth.contains("rgb") && color_.value().value(record, axis) != truth.at("rgb").at(axis))
+        return false;
+    }
+    return intensity_.value(record) == truth.at("intensity") &&
+           classification_.value(record) == truth.at("class");
+  }
+
+  Place intensity_;
+  Place classification_;
+  std::optional<Place> color_;
+};
+
+std::string testName(const testing::TestParamInfo<RealScans::ParamType>& info) {
+  std::string name = std::get<0>(info.param);
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char letter) { return std::isalnum(letter) == 0; }, '_');
+  return name + (std::get<1>(info.param) == Encoding::Brotli ? "_brotli" : "_uncompressed");
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, RealScans,
+                         testing::Combine(testing::ValuesIn(kScans),
+                                          testing::Values(Encoding::Uncompressed, Encoding::Brotli)),
+                         testName);
+
+TEST_P(RealScans, BecomeOctreesOfTheSamePoints) {
+  const Totals found = totals();
+  ASSERT_EQ(found.points, points().at("count"));
+  EXPECT_EQ(octree_->metaData.at("points"), found.points);
+  EXPECT_EQ(report_.numPoints, found.points);
+  EXPECT_EQ(found.intensities, points().at("sum_intensity"));
+  EXPECT_EQ(json(found.classes), points().at("class_histogram"));
+  EXPECT_EQ(json(found.colors), points().value("sum_rgb", json(found.colors)));
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    SCOPED_TRACE(axis);
+    EXPECT_NEAR(static_cast<double>(found.lowest[axis]) * scale(axis) + offset(axis),
+                points().at("min").at(axis), tolerance(axis));
+    EXPECT_NEAR(static_cast<double>(found.highest[axis]) * scale(axis) + offset(axis),
+                points().at("max").at(axis), tolerance(axis));
+    if (scale(axis) == sourceScale(axis)) {
+      const auto between = std::llround((offset(axis) - sourceOffset(axis)) / scale(axis));
+      EXPECT_EQ(found.stored[axis] + static_cast<std::int64_t>(found.points) * between,
+                points().at("sum_raw_xyz").at(axis));
+    } else {
+      EXPECT_GT(scale(axis), sourceScale(axis)) << "scales are raised only";
+      EXPECT_NEAR(static_cast<double>(found.stored[axis]) / static_cast<double>(found.points) * scale(axis) +
+                      offset(axis),
+                  points().at("mean").at(axis), tolerance(axis));
+    }
+  }
+  EXPECT_TRUE(holds(points().at("first")));
+  EXPECT_TRUE(holds(points().at("last")));
+}
+
+TEST_P(RealScans, GetMetadataThatTellTheTruth) {
+  const json& attributes = octree_->metaData.at("attributes");
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    EXPECT_DOUBLE_EQ(attributes.at(0).at("min").at(axis), points().at("min").at(axis).get<double>());
+    EXPECT_DOUBLE_EQ(attributes.at(0).at("max").at(axis), points().at("max").at(axis).get<double>());
+  }
+  std::map<std::string, std::uint64_t> classes;
+  for (const json& attribute : attributes) {
+    if (attribute.at("name") != "classification") continue;
+    for (std::size_t i = 0; i < 256; ++i) {
+      const std::uint64_t count = attribute.at("histogram").at(i);
+      if (count != 0) classes[std::to_string(i)] = count;
+    }
+  }
+  EXPECT_EQ(json(classes), points().at("class_histogram"));
+}
+
+TEST(RealScansThatFail, AFileWithoutPointsIsAnEmptyInput) {
+  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutPoints + ".las");
+  std::string message;
+  EXPECT_EQ(resultOf(scan, {}, message), Converter::Result::InputEmpty);
+  EXPECT_THAT(message, testing::HasSubstr("no points"));
+}
+
+TEST(RealScansThatFail, AFileThatEndsBeforeItsPointsIsRefusedWithBothCounts) {
+  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutItsPoints + ".las");
+  std::string message;
+  EXPECT_EQ(resultOf(scan, {}, message), Converter::Result::InputCannotRead);
+  EXPECT_THAT(message, testing::AllOf(testing::HasSubstr(scan.filename().string()),
+                                      testing::HasSubstr("1065"), testing::ContainsRegex("\\b0\\b")));
+}
+
+TEST(RealScansThatFail, AFileThatEndsBeforeItsPointsIsEmptyWhenThatIsAllowed) {
+  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutItsPoints + ".las");
+  std::string message;
+  EXPECT_EQ(resultOf(scan, {/*allowTruncated=*/true}, message), Converter::Result::InputEmpty);
+}
+
+TEST(RealScansThatFail, NoFileOfTheSampleDataIsLeftOut) {
+  SORVIK_SAMPLE_OR_SKIP(folder, "las");
+  std::set<std::string> tested(kScans.begin(), kScans.end());
+  tested.insert({kWithoutPoints, kWithoutItsPoints});
+  std::set<std::string> there;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().extension() == ".las") there.insert(entry.path().stem());
+  }
+  EXPECT_EQ(there, tested);
+}
+
+}  // namespace
