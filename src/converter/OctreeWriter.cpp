@@ -53,7 +53,7 @@ OctreeWriter::OctreeWriter(Core::FileSystem& files, const std::filesystem::path&
       layout_(metaData_.attributes),
       encoder_(makeNodeEncoder(metaData_.encoding, layout_, options.brotliQuality)) {
   files_.createDirectories(folder);
-  for (const char* name : {kMetaDataFile, kHierarchyFile}) {
+  for (const std::string_view name : {kMetaDataFile, kHierarchyFile}) {
     if (std::filesystem::exists(folder / name)) {
       throw std::runtime_error("cannot write " + (folder / name).string() + ": it exists");
     }
@@ -140,7 +140,7 @@ void OctreeWriter::finish(PoTree::MetaData metaData) {
   writeFile(kMetaDataFile, metaDataText(metaData, hierarchy.depth));
 }
 
-void OctreeWriter::writeFile(const char* name, std::string_view bytes) {
+void OctreeWriter::writeFile(std::string_view name, std::string_view bytes) {
   const std::unique_ptr<Core::WritableFile> file = files_.create(folder_ / name);
   file->write(0, std::as_bytes(std::span(bytes)));
   file->close();

@@ -90,7 +90,7 @@ class OctreeWriter {
   void checkUsable() const;
   void checkNew(std::span<const EncodedNode> nodes) const;
   void append(std::span<const EncodedNode> nodes);
-  void writeFile(const char* name, std::string_view bytes);
+  void writeFile(std::string_view name, std::string_view bytes);
   void check(const NodeRecords& node) const;
 
   Core::FileSystem& files_;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "converter/ConversionError.h"
@@ -44,7 +45,7 @@ void requireReplaceableFolder(const fs::path& folder) {
 /// Whether a folder holds a file that octrees have.
 bool looksLikeOctree(const fs::path& folder) {
   return std::any_of(kOctreeFiles.begin(), kOctreeFiles.end(),
-                     [&](const char* name) { return somethingIsAt(folder / name); });
+                     [&](std::string_view name) { return somethingIsAt(folder / name); });
 }
 
 void requireOctreeToReplace(const fs::path& output, std::span<const fs::path> inputs) {

@@ -1,6 +1,7 @@
 #include "converter/OutputFolder.h"
 
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -117,7 +118,7 @@ void OutputFolder::commit() {
 
 void OutputFolder::requireFiles() const {
   std::error_code ignored;
-  for (const char* name : kOctreeFiles) {
+  for (const std::string_view name : kOctreeFiles) {
     const fs::path file = paths_.partial / name;
     if (fs::is_regular_file(file, ignored)) continue;
     throw ConversionError(

@@ -21,7 +21,8 @@ std::vector<std::string> names(const fs::path& folder) {
 
 void writeOctree(Core::FileSystem& files, const fs::path& folder, std::string_view content) {
   files.createDirectories(folder);
-  for (const char* name : {Converter::kOctreeFile, Converter::kHierarchyFile, Converter::kMetaDataFile}) {
+  for (const std::string_view name :
+       {Converter::kOctreeFile, Converter::kHierarchyFile, Converter::kMetaDataFile}) {
     const auto file = files.create(folder / name);
     file->write(0, std::as_bytes(std::span(content)));
     file->close();
@@ -31,7 +32,7 @@ void writeOctree(Core::FileSystem& files, const fs::path& folder, std::string_vi
 std::string octreeAt(const fs::path& folder) {
   if (!fs::exists(fs::symlink_status(folder))) return "none";
   std::vector<std::string> contents;
-  for (const char* name : Converter::kOctreeFiles) {
+  for (const std::string_view name : Converter::kOctreeFiles) {
     std::ifstream file(folder / name, std::ios::binary);
     contents.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
   }
