@@ -40,10 +40,8 @@ enum class ConverterResult : std::int32_t {
   OutputCannotWrite = 21,        ///< the output may not be written, or writing failed
   OutputDiskFull = 22,           ///< no space left for the output
   OutputCannotCreateDirs = 23,   ///< the output folder cannot be made
-  /// Cannot occur: a conversion does not read the metadata of an octree that is there.
-  OutputDescriptorDamaged = 24,
-  /// Cannot occur: a conversion does not continue an octree that is there.
-  OutputDataFilesMissing = 25
+  OutputDescriptorDamaged = 24,  ///< metadata.json was gone when the output was put into its place
+  OutputDataFilesMissing = 25    ///< octree.bin or hierarchy.bin was gone by then
 };
 
 /// Writes the name of @p result as it stands above; nothing for 6 and for numbers beyond these.
