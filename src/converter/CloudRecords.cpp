@@ -34,21 +34,25 @@ std::size_t attributeFor(Math::Attribute wanted, const std::vector<std::size_t>&
   }
 }
 
+/// Where a scan's times stand in a record; nothing when it has none.
+std::optional<std::size_t> timeOffset(const ScanInfo& scan, const ScanMapping& mapping) {
+  for (std::size_t i = 0; i < scan.attributes.size(); ++i) {
+    const Math::Attribute& attribute = scan.attributes[i];
+    const bool isOneDouble = attribute.type == Math::AttributeType::Double && attribute.numElements == 1;
+    if (attribute.name == kGpsTime && isOneDouble) return mapping.offsets[i];
+  }
+  return std::nullopt;
+}
+
 void joinTimes(std::span<const ScanInfo* const> scans, CloudRecords& records,
                std::vector<std::string>& remarks) {
-  const auto time = records.offsetOf(kGpsTime);
-  if (!time) return;
-  const auto hasTime = [](const ScanInfo* scan) {
-    return std::any_of(scan->attributes.begin(), scan->attributes.end(),
-                       [](const Math::Attribute& a) { return a.name == kGpsTime; });
-  };
   std::vector<std::size_t> timed;
   for (std::size_t i = 0; i < scans.size(); ++i) {
-    if (hasTime(scans[i])) timed.push_back(i);
+    if (timeOffset(*scans[i], records.mappings[i])) timed.push_back(i);
   }
-  const auto& first = scans[timed.front()]->toAdjustedStandardTime;
-  const bool allEqual = std::all_of(timed.begin(), timed.end(),
-                                    [&](std::size_t i) { return scans[i]->toAdjustedStandardTime == first; });
+  const bool allEqual = std::all_of(timed.begin(), timed.end(), [&](std::size_t i) {
+    return scans[i]->toAdjustedStandardTime == scans[timed.front()]->toAdjustedStandardTime;
+  });
   if (allEqual) return;
   for (const std::size_t i : timed) {
     if (!scans[i]->toAdjustedStandardTime) {
@@ -56,7 +60,7 @@ void joinTimes(std::span<const ScanInfo* const> scans, CloudRecords& records,
           scans[i]->name +
           ": its GPS times are seconds of a week and stay so, while other inputs have standard time.");
     } else if (*scans[i]->toAdjustedStandardTime != 0) {
-      records.mappings[i].gpsTimeOffset = time;
+      records.mappings[i].gpsTimeOffset = timeOffset(*scans[i], records.mappings[i]);
       records.mappings[i].gpsTimeShift = *scans[i]->toAdjustedStandardTime;
     }
   }

@@ -16,7 +16,7 @@ namespace Converter {
 struct ScanMapping {
   /// By the scan's attribute number: where its values stand in a record.
   std::vector<std::size_t> offsets;
-  /// Where "gps-time" stands, if it has to be shifted, and by how much.
+  /// Where "gps-time", one double, stands, if it has to be shifted, and by how much.
   std::optional<std::size_t> gpsTimeOffset;
   double gpsTimeShift = 0;
 };

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "converter/CubePoint.h"
+#include "math/SoAPointContainer.h"
 
 namespace Converter {
 
@@ -41,8 +42,9 @@ class SpacingGrid {
   // Most cells are empty, so a bit for each tells which ones to look into; rows have a margin of one cell on
   // every side, which is always empty.
   std::vector<std::uint8_t> occupied_;
-  std::vector<std::uint32_t>
-      heads_;  // by cell: the number + 1 of its last point; of no meaning for empty ones
+  // By cell: the number + 1 of its last point; of no meaning for empty ones, so that memory that is not
+  // needed is never touched.
+  std::vector<std::uint32_t, Math::UninitialisedAllocator<std::uint32_t>> heads_;
   std::vector<Taken> taken_;
 };
 

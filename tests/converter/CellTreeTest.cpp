@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "converter/CellTree.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ bool liesIn(const CubePoint& p, OctreeNodeId id) {
 
 /// Half of them anywhere, half in an ever smaller corner.
 std::vector<CubePoint> randomPlaces(std::size_t count) {
-  Testing::RandomBits random(1);
+  Sample::RandomBits random(1);
   std::vector<CubePoint> places;
   for (std::size_t i = 0; i < count; ++i) {
     const auto next = [&] {

@@ -7,7 +7,7 @@
 #include "converter/ChunkTree.h"
 #include "converter/Spread.h"
 #include "converter/TreePoints.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 

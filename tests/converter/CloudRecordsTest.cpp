@@ -109,6 +109,18 @@ TEST(CloudRecords, DoNotCompareTimesOfScansWithoutThem) {
   EXPECT_FALSE(join({scanWith({}), standard}).records.mappings[1].gpsTimeOffset);
 }
 
+TEST(CloudRecords, ShiftTheTimesOfAScanWhereItsOwnStand) {
+  ScanInfo odd = scanWith({scanAttribute<float>("gps-time")});
+  odd.toAdjustedStandardTime = -1e9;
+  ScanInfo first = scanWith({scanAttribute<double>("gps-time")});
+  first.toAdjustedStandardTime = 0;
+  ScanInfo second = first;
+  second.toAdjustedStandardTime = 5;
+  const Joined joined = join({odd, first, second});
+  EXPECT_FALSE(joined.records.mappings[0].gpsTimeOffset) << "no double";
+  EXPECT_EQ(joined.records.mappings[2].gpsTimeOffset, 16) << "behind the times of the first scan";
+}
+
 TEST(CloudRecords, KeepTheFirstCoordinateSystemAndNameScansThatDiffer) {
   ScanInfo none = scanWith({});
   ScanInfo first = none;

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "converter/ConversionRun.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -118,7 +118,7 @@ TEST_F(ConversionBoxes, APointThatTheSampleMissesMakesTheOctreeOfTheTrueBox) {
 TEST(ConversionOfFloats, StatedBoxesNeedNotBeOnTheGrid) {
   ScanContent content;
   content.grid.reset();
-  Testing::RandomBits random(32);
+  Sample::RandomBits random(32);
   for (int i = 0; i < 2'000; ++i) {
     content.points.push_back({500'000 + 100 * random.unit(), 5e6 + 100 * random.unit(), -10 * random.unit()});
   }

@@ -56,6 +56,13 @@ TEST_F(ConversionOrder, BytesAreTheSameForAnyCutOfTheTemporaryFile) {
   }
 }
 
+TEST_F(ConversionOrder, BytesAreTheSameWhereTemporaryFilesLieBesideTheOutput) {
+  ConversionRun run(ConversionRun::Folders::Same);
+  run.convert(scansOf(contents_));
+  EXPECT_EQ(run.files(), expected_);
+  EXPECT_FALSE(std::filesystem::exists(run.output() / "points.tmp"));
+}
+
 TEST_F(ConversionOrder, BytesAreTheSameForAnyBlocksOfTheScans) {
   auto contents = contents_;
   contents[0].pointsPerBlock = 77;

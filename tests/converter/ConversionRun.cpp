@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 #include "support/SampleData.h"
 
 namespace Testing {
@@ -18,7 +18,9 @@ Converter::ConversionSettings smallSettings() {
   return settings;
 }
 
-ConversionRun::ConversionRun() : folders_{folder_.path() / "output", folder_.path() / "temporary"} {
+ConversionRun::ConversionRun(Folders folders)
+    : folders_{folder_.path() / "output",
+               folder_.path() / (folders == Folders::Two ? "temporary" : "output")} {
   std::filesystem::create_directories(folders_.output);
   std::filesystem::create_directories(folders_.temporary);
 }
@@ -60,7 +62,7 @@ void ProgressLog::advance(std::uint64_t units) {
 
 ScanContent clusteredScan(std::size_t points, std::uint64_t seed) {
   constexpr double kExtent = 1 << 22;
-  RandomBits random(seed);
+  Sample::RandomBits random(seed);
   std::vector<std::array<double, 3>> centres(5);
   for (auto& centre : centres) centre = {random.unit(), random.unit(), random.unit()};
   ScanContent content;

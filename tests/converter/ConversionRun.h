@@ -30,10 +30,12 @@ struct OctreeFiles {
 /// Settings with which clouds of some thousand points get many chunks, levels and upper nodes.
 [[nodiscard]] Converter::ConversionSettings smallSettings();
 
-/// One conversion in two folders of its own, which go with it.
+/// One conversion in folders of its own, which go with it.
 class ConversionRun {
  public:
-  ConversionRun();
+  enum class Folders { Two, Same };  ///< for the output and for what is temporary
+
+  explicit ConversionRun(Folders folders = Folders::Two);
 
   /// @throws what convertScans() throws.
   Converter::ConversionReport convert(const ListScans& scans,

@@ -9,7 +9,7 @@
 #include "converter/ConversionError.h"
 #include "converter/ConversionRun.h"
 #include "converter/Spread.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -111,8 +111,22 @@ TEST(Conversion, ConvertsFlatAndLinearClouds) {
   }
 }
 
-TEST(Conversion, PutsAHundredThousandPointsOfOnePlaceIntoOneLeaf) {
-  ScanContent content = scanOf(std::vector<std::array<double, 3>>(100'000, {5, 6, 7}));
+TEST(Conversion, KeepsPointsOfTheFullRangeOfIntegers) {
+  ScanContent content = clusteredScan(3'000, 13);
+  for (auto& p : content.points) p = {std::fmod(p[0] * 1009, INT32_MAX), p[1], p[2]};
+  content.points[0] = {INT32_MIN, INT32_MIN, INT32_MIN};
+  content.points[1] = {INT32_MAX, INT32_MAX, INT32_MAX};
+  content.grid->scale = {1, 1, 1};
+  ConversionRun run;
+  const auto report = run.convert(scansOf({content}));
+  const WrittenOctree octree = run.octree();
+  EXPECT_THAT(report.remarks, Contains(HasSubstr("raised from 1 to 10")));
+  EXPECT_EQ(octree.allPoints(), expectedRecords(content, octree.metaData));
+}
+
+TEST(Conversion, PutsTwoHundredThousandPointsOfOnePlaceIntoOneLeaf) {
+  constexpr std::size_t kPoints = 200'000;
+  ScanContent content = scanOf(std::vector<std::array<double, 3>>(kPoints, {5, 6, 7}));
   std::vector<std::uint32_t> numbers(content.points.size());
   std::iota(numbers.begin(), numbers.end(), 0);
   content.columns = {Testing::scanColumn("number", numbers)};
@@ -127,12 +141,12 @@ TEST(Conversion, PutsAHundredThousandPointsOfOnePlaceIntoOneLeaf) {
   for (const auto& [name, node] : octree.nodes) {
     if (node.type == 1) largest = std::max(largest, node.numPoints);
   }
-  EXPECT_GE(largest, 100'000 - 21) << "all but those that coarser nodes took";
+  EXPECT_GE(largest, kPoints - 21) << "all but those that coarser nodes took";
 }
 
 TEST(Conversion, KeepsTwoPointsFarFromAllTheOthers) {
   ScanContent content = scanOf({{-2e9, -2e9, -2e9}, {2e9, 2e9, 2e9}});
-  Testing::RandomBits random(5);
+  Sample::RandomBits random(5);
   for (int i = 0; i < 10'000; ++i) {
     content.points.push_back({std::floor(random.unit() * 5000), std::floor(random.unit() * 5000), 17});
   }

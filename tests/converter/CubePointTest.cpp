@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "converter/CubePoint.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ using Converter::CubePoint;
 
 /// Random points, and pairs that have their highest bits in common.
 std::vector<std::pair<CubePoint, CubePoint>> randomPairs() {
-  Testing::RandomBits random(1);
+  Sample::RandomBits random(1);
   const auto next = [&] { return static_cast<std::uint32_t>(random.next()); };
   std::vector<std::pair<CubePoint, CubePoint>> pairs;
   for (unsigned i = 0; i < 5'000; ++i) {

@@ -40,8 +40,7 @@ class Indexing {
     fillStore(places);
   }
 
-  IndexResult run(const WorkOrder& order, bool dropDuplicates = false,
-                  const std::stop_token& stopToken = {}) {
+  IndexResult run(const WorkOrder& order, const std::stop_token& stopToken = {}) {
     const Converter::IndexPlan plan{
         records_, grid_, *output_, *encoder_, chunks_, 20, Converter::Sampling::Poisson, false, kShares};
     Converter::AttributeStatistics statistics(records_);

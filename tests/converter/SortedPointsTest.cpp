@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "converter/SortedPoints.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr std::size_t kStride = 15;
 /// Records at places of which many are equal or near to each other, with bytes behind them of which some are
 /// equal, too.
 std::vector<std::string> randomRecords(const OutputGrid& grid, std::size_t count, std::uint64_t seed) {
-  Testing::RandomBits random(seed);
+  Sample::RandomBits random(seed);
   std::vector<StoredPosition> places(count / 4 + 1);
   for (std::size_t i = 0; i < places.size(); ++i) {
     for (std::size_t axis = 0; axis < 3; ++axis) {

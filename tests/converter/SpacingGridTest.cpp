@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "converter/SpacingGrid.h"
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ class AllPairs {
 /// Points of a node of that level: in a small part of it, so that many are near to each other, some on the
 /// borders of cells and of the node.
 std::vector<CubePoint> pointsOfNode(unsigned level, std::uint64_t seed) {
-  Testing::RandomBits random(seed);
+  Sample::RandomBits random(seed);
   const std::uint32_t node = level == 0 ? 0 : static_cast<std::uint32_t>(random.next()) << (32 - level);
   const std::uint64_t edge = std::uint64_t{1} << (32 - level);
   const std::uint64_t cell = edge / 128;

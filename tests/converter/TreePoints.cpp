@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "support/RandomBits.h"
+#include "sample/RandomBits.h"
 
 namespace Testing {
 
@@ -24,7 +24,7 @@ Converter::RawBytes numberedRecords(const std::vector<StoredPosition>& places) {
 std::vector<std::vector<StoredPosition>> treeClouds(unsigned edgeBits) {
   constexpr std::size_t kPoints = 3'000;
   const double edge = std::ldexp(1.0, static_cast<int>(edgeBits));
-  RandomBits random(edgeBits);
+  Sample::RandomBits random(edgeBits);
   const auto stored = [&](double share) {
     return static_cast<std::uint32_t>(std::clamp(std::floor(share * edge), 0.0, edge - 1));
   };
