@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cctype>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <optional>
