@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using Testing::MapLocation;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::PotreeFiles;
 using Testing::somePoints;
 using Testing::StoredPoint;
@@ -32,7 +32,7 @@ std::shared_ptr<Octree::Octree> open(const PotreeFiles& files, const Names& name
 
 NodePoints load(Octree::Octree& octree, std::string_view path = "") {
   NodePoints points;
-  EXPECT_TRUE(octree.loadNodePoints(nodeId(path), points, {}));
+  EXPECT_TRUE(octree.loadNodePoints(nodeAt(path), points, {}));
   return points;
 }
 

@@ -90,7 +90,7 @@ std::shared_ptr<Octree::Octree> openOctree(const PotreeFiles& files) {
   return openOctree(std::make_shared<MapLocation>(files));
 }
 
-Octree::OctreeNodeId nodeId(std::string_view path) {
+Octree::OctreeNodeId nodeAt(std::string_view path) {
   Octree::OctreeNodeId id;
   for (const char digit : path) id = id.child(static_cast<std::uint8_t>(digit - '0'));
   return id;

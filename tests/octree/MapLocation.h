@@ -78,7 +78,7 @@ class MapLocation final : public PoTree::Location {
 [[nodiscard]] std::shared_ptr<Octree::Octree> openOctree(const PotreeFiles& files);
 
 /// The node reached from the root by these child indices: "" is the root, "07" its first child's last child.
-[[nodiscard]] Octree::OctreeNodeId nodeId(std::string_view path);
+[[nodiscard]] Octree::OctreeNodeId nodeAt(std::string_view path);
 
 /// @p count points with positions (first, first, first), (first + 1, ...), and the other values small.
 [[nodiscard]] std::vector<StoredPoint> somePoints(std::size_t count, std::uint32_t first = 0);

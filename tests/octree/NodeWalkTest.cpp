@@ -9,7 +9,7 @@ namespace {
 using Octree::OctreeNodeCache;
 using Octree::Algorithm::NodeWalk;
 using testing::ElementsAre;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::openOctree;
 using Testing::somePoints;
 using Names = std::vector<std::string>;
@@ -79,12 +79,12 @@ TEST(AllPointsInside, ChargesTheCacheForTheTreeOfANodeThatItFilters) {
   const std::size_t bytes = (*Octree::allPoints(octree, nullptr, 0, {}))->byteSize();
   const auto cache = std::make_shared<OctreeNodeCache>(10, 5 * bytes);  // all nodes, but no tree
   for (auto walk = Octree::allPoints(octree, cache, 0, {}); walk != decltype(walk)(); ++walk) (void)*walk;
-  ASSERT_TRUE(cache->holds(*octree, {}) && cache->holds(*octree, nodeId("0")));
+  ASSERT_TRUE(cache->holds(*octree, {}) && cache->holds(*octree, nodeAt("0")));
   const Math::NSphere<float, 3> aboutTheFirstPoints{{{0, 0, 0}}, 5};
   auto walk = Octree::allPointsInside(octree, cache, aboutTheFirstPoints, 0, {});
   EXPECT_EQ((*walk)->points().size(), 6U);
   EXPECT_TRUE(cache->holds(*octree, {}));
-  EXPECT_FALSE(cache->holds(*octree, nodeId("0")));  // the least recently used made room
+  EXPECT_FALSE(cache->holds(*octree, nodeAt("0")));  // the least recently used made room
 }
 
 }  // namespace

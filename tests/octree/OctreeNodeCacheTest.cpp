@@ -7,7 +7,7 @@ namespace {
 
 using Octree::OctreeNodeCache;
 using Entry = std::shared_ptr<OctreeNodeCache::CacheEntry>;
-using Testing::nodeId;
+using Testing::nodeAt;
 
 constexpr std::uint64_t kNoByteLimit = UINT64_MAX;
 
@@ -28,19 +28,19 @@ struct NamedCache {
 
   Entry put(std::string_view path, std::size_t points = 1) {
     Entry entry = entryOf(points);
-    cache.put(*octree, nodeId(path), entry);
+    cache.put(*octree, nodeAt(path), entry);
     return entry;
   }
   Entry get(std::string_view path) {
     Entry entry;
-    cache.get(*octree, nodeId(path), entry);
+    cache.get(*octree, nodeAt(path), entry);
     return entry;
   }
   /// The paths held, of those of the root's children.
   std::string held() const {
     std::string paths;
     for (const char* path : {"0", "1", "2", "3", "4", "5", "6", "7"}) {
-      if (cache.holds(*octree, nodeId(path))) paths += path;
+      if (cache.holds(*octree, nodeAt(path))) paths += path;
     }
     return paths;
   }
@@ -59,7 +59,7 @@ TEST(OctreeNodeCache, LeavesTheHandleAloneOnAMiss) {
   NamedCache named(10, kNoByteLimit);
   const Entry before = entryOf(1);
   Entry entry = before;
-  EXPECT_FALSE(named.cache.get(*named.octree, nodeId("1"), entry));
+  EXPECT_FALSE(named.cache.get(*named.octree, nodeAt("1"), entry));
   EXPECT_EQ(entry, before);
 }
 
@@ -77,7 +77,7 @@ TEST(OctreeNodeCache, AsksWhatIsHeldWithoutTouchingTheOrder) {
   NamedCache named(2, kNoByteLimit);
   named.put("0");
   named.put("1");
-  EXPECT_TRUE(named.cache.holds(*named.octree, nodeId("0")));
+  EXPECT_TRUE(named.cache.holds(*named.octree, nodeAt("0")));
   named.put("2");
   EXPECT_EQ(named.held(), "12");
 }
@@ -146,9 +146,9 @@ TEST(OctreeNodeCache, TellsOctreesApart) {
   NamedCache named(10, kNoByteLimit);
   named.put("0");
   const auto other = anyOctree();
-  EXPECT_FALSE(named.cache.holds(*other, nodeId("0")));
+  EXPECT_FALSE(named.cache.holds(*other, nodeAt("0")));
   Entry entry;
-  EXPECT_FALSE(named.cache.get(*other, nodeId("0"), entry));
+  EXPECT_FALSE(named.cache.get(*other, nodeAt("0"), entry));
 }
 
 TEST(OctreeNodeCache, NeverTakesALaterOctreeForOneThatIsGone) {
@@ -168,8 +168,8 @@ TEST(OctreeNodeCache, ChargesAnUnchangedOrUnknownEntryWithoutEffect) {
   NamedCache named(10, 2 * bytes);
   named.put("0", 100);
   named.put("1", 100);
-  named.cache.charge(*named.octree, nodeId("0"));
-  named.cache.charge(*named.octree, nodeId("7"));
+  named.cache.charge(*named.octree, nodeAt("0"));
+  named.cache.charge(*named.octree, nodeAt("7"));
   EXPECT_EQ(named.held(), "01");
   named.put("2", 100);  // charging is no use of an entry
   EXPECT_EQ(named.held(), "12");

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Testing::MapLocation;
 using Testing::messageOf;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::openOctree;
 using Testing::PotreeFiles;
 using Testing::somePoints;
@@ -136,8 +136,8 @@ TEST(Octree, GivesItsFacts) {
   EXPECT_EQ(octree->numPoints(), 12U);
   EXPECT_EQ(octree->position(), (Math::Point<double, 3>{{100, 200, 300}}));
   EXPECT_EQ(octree->spacing(), 0.5F);
-  EXPECT_EQ(octree->spacing(nodeId("")), 0.5);
-  EXPECT_EQ(octree->spacing(nodeId("012")), 0.0625);
+  EXPECT_EQ(octree->spacing(nodeAt("")), 0.5);
+  EXPECT_EQ(octree->spacing(nodeAt("012")), 0.0625);
   EXPECT_EQ(octree->scale(), (std::array{0.25, 0.5, 1.0}));
   EXPECT_THAT(octree->attributeNames(), ElementsAre("position", "intensity", "classification", "rgb"));
 }
@@ -206,15 +206,15 @@ TEST(Octree, CutsCubesFromTheIdAloneWithoutALookup) {
   const auto location = std::make_shared<MapLocation>(oneNode());
   const auto octree = openOctree(location);
   const std::size_t requests = location->requests().size();
-  EXPECT_EQ(octree->boundingCube(nodeId("")), (FloatBox{{{0, 0, 0}}, {{64, 64, 64}}}));
-  EXPECT_EQ(octree->boundingCube(nodeId("4")), (FloatBox{{{32, 0, 0}}, {{64, 32, 32}}}));
-  EXPECT_EQ(octree->boundingCube(nodeId("43")), (FloatBox{{{32, 16, 16}}, {{48, 32, 32}}}));
+  EXPECT_EQ(octree->boundingCube(nodeAt("")), (FloatBox{{{0, 0, 0}}, {{64, 64, 64}}}));
+  EXPECT_EQ(octree->boundingCube(nodeAt("4")), (FloatBox{{{32, 0, 0}}, {{64, 32, 32}}}));
+  EXPECT_EQ(octree->boundingCube(nodeAt("43")), (FloatBox{{{32, 16, 16}}, {{48, 32, 32}}}));
   EXPECT_EQ(location->requests().size(), requests);
 }
 
 TEST(Octree, GrowsPointBoundsByOneStepOfEachAxis) {
   const auto octree = openOctree(oneNode().set("/scale", "[0.25, 0.5, 1]"));
-  EXPECT_EQ(octree->pointBounds(nodeId("4")), (FloatBox{{{31.75F, -0.5F, -1}}, {{64.25F, 32.5F, 33}}}));
+  EXPECT_EQ(octree->pointBounds(nodeAt("4")), (FloatBox{{{31.75F, -0.5F, -1}}, {{64.25F, 32.5F, 33}}}));
 }
 
 TEST(Octree, AppliesThePositionFactorToTheWholeFrame) {
@@ -229,9 +229,9 @@ TEST(Octree, ListsChildrenInRisingIndex) {
   const auto octree = openOctree(PotreeFiles().node(0b1010'0100, somePoints(1)));
   const Octree::ChildIds children = octree->children({}, {});
   EXPECT_EQ(std::vector(children.begin(), children.end()),
-            (std::vector{nodeId("2"), nodeId("5"), nodeId("7")}));
-  EXPECT_EQ(octree->children(nodeId("2"), {}).count, 0U);
-  EXPECT_EQ(octree->children(nodeId("3"), {}).count, 0U);
+            (std::vector{nodeAt("2"), nodeAt("5"), nodeAt("7")}));
+  EXPECT_EQ(octree->children(nodeAt("2"), {}).count, 0U);
+  EXPECT_EQ(octree->children(nodeAt("3"), {}).count, 0U);
 }
 
 TEST(Octree, ListsTheLastThousandUnreadableNodesEachOnce) {

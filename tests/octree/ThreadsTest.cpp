@@ -16,7 +16,7 @@ namespace {
 using Octree::OctreeNodeCache;
 using Octree::Algorithm::QueryPointsIterator;
 using Testing::MapLocation;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::PotreeFiles;
 using Testing::somePoints;
 using Value = std::shared_ptr<int>;
@@ -258,7 +258,7 @@ TEST(WalkThreads, GetCachedNodesWhileAnotherFetchIsBlocked) {
   Blockade blockade(*location, "octree.bin");
   std::jthread slow([&] {
     Math::NodePoints points;
-    EXPECT_TRUE(octree->loadNodePoints(nodeId("3"), points, {}));
+    EXPECT_TRUE(octree->loadNodePoints(nodeAt("3"), points, {}));
   });
   blockade.waitUntilReached();
   EXPECT_EQ((*Octree::allPoints(octree, cache, 0, {}))->points().size(), 20U);
@@ -269,14 +269,14 @@ TEST(WalkThreads, GetCachedNodesWhileAnotherFetchIsBlocked) {
 TEST(WalkThreads, FindNodesWhileAHierarchyFetchIsBlocked) {
   const auto location = std::make_shared<MapLocation>(manyChunks());
   const auto octree = Testing::openOctree(location);
-  EXPECT_EQ(octree->children(nodeId("1"), {}).count, 1U);
+  EXPECT_EQ(octree->children(nodeAt("1"), {}).count, 1U);
   Blockade blockade(*location, "hierarchy.bin");
-  std::jthread slow([&] { EXPECT_EQ(octree->children(nodeId("3"), {}).count, 1U); });
+  std::jthread slow([&] { EXPECT_EQ(octree->children(nodeAt("3"), {}).count, 1U); });
   blockade.waitUntilReached();
   EXPECT_EQ(octree->children({}, {}).count, 8U);
-  EXPECT_EQ(octree->children(nodeId("1"), {}).count, 1U);
-  EXPECT_EQ(octree->children(nodeId("5"), {}).count, 1U);
-  EXPECT_EQ(octree->children(nodeId("3"), {}).count, 1U);  // loads it a second time
+  EXPECT_EQ(octree->children(nodeAt("1"), {}).count, 1U);
+  EXPECT_EQ(octree->children(nodeAt("5"), {}).count, 1U);
+  EXPECT_EQ(octree->children(nodeAt("3"), {}).count, 1U);  // loads it a second time
   blockade.release();
 }
 

@@ -6,32 +6,32 @@
 namespace {
 
 using Octree::UnreadableNodes;
-using Testing::nodeId;
+using Testing::nodeAt;
 
 TEST(UnreadableNodes, ListsNodesInTheOrderInWhichTheyCame) {
   UnreadableNodes nodes;
-  nodes.add(nodeId("7"), "first");
-  nodes.add(nodeId("0"), "second");
+  nodes.add(nodeAt("7"), "first");
+  nodes.add(nodeAt("0"), "second");
   ASSERT_EQ(nodes.list().size(), 2U);
-  EXPECT_EQ(nodes.list()[0].id, nodeId("7"));
+  EXPECT_EQ(nodes.list()[0].id, nodeAt("7"));
   EXPECT_EQ(nodes.list()[1].reason, "second");
 }
 
 TEST(UnreadableNodes, KeepsTheFirstReasonOfANode) {
   UnreadableNodes nodes;
-  nodes.add(nodeId("7"), "the cause");
-  nodes.add(nodeId("7"), "what followed");
+  nodes.add(nodeAt("7"), "the cause");
+  nodes.add(nodeAt("7"), "what followed");
   ASSERT_EQ(nodes.list().size(), 1U);
   EXPECT_EQ(nodes.list()[0].reason, "the cause");
 }
 
 TEST(UnreadableNodes, ForgetsANodeThatWasReadAfterAll) {
   UnreadableNodes nodes;
-  nodes.add(nodeId("7"), "a chunk that came on the second try");
-  nodes.add(nodeId("3"), "damage");
-  nodes.remove(nodeId("7"));
+  nodes.add(nodeAt("7"), "a chunk that came on the second try");
+  nodes.add(nodeAt("3"), "damage");
+  nodes.remove(nodeAt("7"));
   ASSERT_EQ(nodes.list().size(), 1U);
-  EXPECT_EQ(nodes.list()[0].id, nodeId("3"));
+  EXPECT_EQ(nodes.list()[0].id, nodeAt("3"));
 }
 
 TEST(UnreadableNodes, ForgetsTheOldestOfTooMany) {

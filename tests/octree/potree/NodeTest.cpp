@@ -8,7 +8,7 @@ namespace {
 using PoTree::Node;
 using PoTree::NodeType;
 using Testing::HierarchyRecord;
-using Testing::nodeId;
+using Testing::nodeAt;
 
 const Math::NBoundingBox<double, 3> kBox{{{0, 0, 0}}, {{8, 80, 800}}};
 
@@ -58,7 +58,7 @@ TEST(HierarchyChunk, OfTypeByte0x12GivesAProxyWithHintOneAndNoChildren) {
 }
 
 TEST(HierarchyChunk, MakesALeafOfANodeAtLevel21EvenIfItsRecordListsChildren) {
-  const auto id = nodeId("777777777777777777777");
+  const auto id = nodeAt("777777777777777777777");
   ASSERT_EQ(id.level(), 21U);
   const auto node =
       parse(chunkOf({{.type = HierarchyRecord::kNormal, .childMask = 0xFF, .numPoints = 3}, {}}), id);
@@ -69,7 +69,7 @@ TEST(HierarchyChunk, MakesALeafOfANodeAtLevel21EvenIfItsRecordListsChildren) {
 }
 
 TEST(HierarchyChunk, KeepsAProxyAtLevel21) {
-  const auto node = parse(chunkOf({{.type = HierarchyRecord::kProxy}}), nodeId("777777777777777777777"));
+  const auto node = parse(chunkOf({{.type = HierarchyRecord::kProxy}}), nodeAt("777777777777777777777"));
   EXPECT_TRUE(node->is(NodeType::Proxy));
 }
 
@@ -101,7 +101,7 @@ TEST(HierarchyChunk, ListsBreadthFirstInRisingChildIndex) {
   EXPECT_EQ(node->children[7]->numPoints, 7U);
   EXPECT_EQ(node->children[1]->children[0]->numPoints, 10U);
   EXPECT_EQ(node->children[7]->children[2]->numPoints, 72U);
-  EXPECT_EQ(node->children[7]->children[2]->id, nodeId("72"));
+  EXPECT_EQ(node->children[7]->children[2]->id, nodeAt("72"));
 }
 
 TEST(HierarchyChunk, ReadsEveryFieldToItsFullWidth) {
@@ -116,10 +116,10 @@ TEST(HierarchyChunk, ReadsEveryFieldToItsFullWidth) {
 }
 
 TEST(HierarchyChunk, BeginsBelowTheRootWithIdAndBoxGiven) {
-  const auto node = parse(chunkOf({{.childMask = 0b10'0000}, {}}), nodeId("3"));
-  EXPECT_EQ(node->id, nodeId("3"));
+  const auto node = parse(chunkOf({{.childMask = 0b10'0000}, {}}), nodeAt("3"));
+  EXPECT_EQ(node->id, nodeAt("3"));
   EXPECT_EQ(node->boundingBox, kBox);
-  EXPECT_EQ(node->children[5]->id, nodeId("35"));
+  EXPECT_EQ(node->children[5]->id, nodeAt("35"));
   EXPECT_EQ(node->children[5]->boundingBox, PoTree::childBox(kBox, 5));
 }
 
@@ -130,7 +130,7 @@ TEST(HierarchyChunk, LeavesANodeAliveAfterTheFirstOneIsGone) {
   node.reset();
   EXPECT_TRUE(child.expired());
   EXPECT_EQ(grandchild->numPoints, 2U);
-  EXPECT_EQ(grandchild->id, nodeId("00"));
+  EXPECT_EQ(grandchild->id, nodeAt("00"));
 }
 
 TEST(ChildBox, HalvesXByBitTwoYByBitOneZByBitZero) {

@@ -13,7 +13,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Testing::MapLocation;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::PotreeFiles;
 using Testing::somePoints;
 using testing::StartsWith;
@@ -29,7 +29,7 @@ struct CloudOf {
         octree(Testing::openOctree(location)) {}
 
   bool load(std::string_view path = "", std::stop_token stopToken = {}) {
-    return octree->loadNodePoints(nodeId(path), points, std::move(stopToken));
+    return octree->loadNodePoints(nodeAt(path), points, std::move(stopToken));
   }
   /// "r0: reason" of the only damaged node; "" when there is none.
   std::string damage() const {
@@ -126,9 +126,9 @@ TEST(LoadNodePoints, SaysWhereInAFileTheBytesAreMissing) {
   const auto octree = Testing::openOctree(std::make_shared<PoTree::FileSystemLocation>(folder.path()));
   NodePoints points;
   EXPECT_TRUE(octree->loadNodePoints({}, points, {}));
-  EXPECT_FALSE(octree->loadNodePoints(nodeId("0"), points, {}));
+  EXPECT_FALSE(octree->loadNodePoints(nodeAt("0"), points, {}));
   ASSERT_EQ(octree->unreadableNodes().size(), 1U);
-  EXPECT_EQ(octree->unreadableNodes()[0].id, nodeId("0"));
+  EXPECT_EQ(octree->unreadableNodes()[0].id, nodeAt("0"));
   EXPECT_EQ(octree->unreadableNodes()[0].reason,
             (folder.path() / "octree.bin").string() + ", byte 63: bytes to read: expected 42, found 37");
 }

@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using Testing::HierarchyRecord;
 using Testing::MapLocation;
 using Testing::messageOf;
-using Testing::nodeId;
+using Testing::nodeAt;
 using Testing::PotreeFiles;
 using Testing::somePoints;
 
@@ -26,7 +26,7 @@ struct TreeOf {
         tree(location,
              Core::readyFuture(PoTree::parseMetaData(files.metaData(), "m", MetaDataUse::Main)).share(), 1) {}
 
-  std::shared_ptr<PoTree::Node> node(std::string_view path) { return tree.nodeById(nodeId(path), {}); }
+  std::shared_ptr<PoTree::Node> node(std::string_view path) { return tree.nodeById(nodeAt(path), {}); }
   /// How the lookup of a node ends: "found", "absent" or the message of its exception.
   std::string lookup(std::string_view path) {
     std::string result;
@@ -95,7 +95,7 @@ TEST(PotreeTree, FollowsProxiesInChunksOfProxies) {
   files.node(0, somePoints(4));
   TreeOf cloud(files);
   EXPECT_EQ(cloud.node("000")->numPoints, 4U);
-  EXPECT_EQ(cloud.node("000")->id, nodeId("000"));
+  EXPECT_EQ(cloud.node("000")->id, nodeAt("000"));
   EXPECT_EQ(cloud.location->requestsFor("hierarchy.bin"), 4U);
 }
 
@@ -224,7 +224,7 @@ TEST(PotreeTree, FailsAStoppedLookupAndListsNoDamage) {
   TreeOf cloud(twoChunks());
   std::stop_source stop;
   cloud.location->watch([&](const MapLocation::Request&) { stop.request_stop(); });
-  EXPECT_EQ(messageOf([&] { (void)cloud.tree.nodeById(nodeId("03"), stop.get_token()); }), kFailed);
+  EXPECT_EQ(messageOf([&] { (void)cloud.tree.nodeById(nodeAt("03"), stop.get_token()); }), kFailed);
   EXPECT_EQ(cloud.reasons(), "");
   EXPECT_EQ(cloud.lookup("03"), "found");
 }
