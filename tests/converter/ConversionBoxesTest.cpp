@@ -90,13 +90,15 @@ TEST_F(ConversionBoxes, TheCubeHoldsThePointsAndItsEdgeIsTheLongestExtentAndASte
   const auto metaData = run.octree().metaData;
   const auto size = tight_.size();
   const double edge = std::max({size[0], size[1], size[2]}) + 0.01;
-  for (int axis = 0; axis < 3; ++axis) {
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double minimum = tight_.minimum[static_cast<int>(axis)];
+    const double maximum = tight_.maximum[static_cast<int>(axis)];
     const double low = metaData.at("boundingBox").at("min")[axis];
-    EXPECT_NEAR(low, tight_.minimum[axis], 1e-9);
+    EXPECT_NEAR(low, minimum, 1e-9);
     EXPECT_EQ(metaData.at("offset")[axis], low);
     EXPECT_NEAR(metaData.at("boundingBox").at("max")[axis].get<double>() - low, edge, 1e-6);
-    EXPECT_DOUBLE_EQ(metaData.at("attributes")[0].at("min")[axis].get<double>(), tight_.minimum[axis]);
-    EXPECT_DOUBLE_EQ(metaData.at("attributes")[0].at("max")[axis].get<double>(), tight_.maximum[axis]);
+    EXPECT_DOUBLE_EQ(metaData.at("attributes")[0].at("min")[axis].get<double>(), minimum);
+    EXPECT_DOUBLE_EQ(metaData.at("attributes")[0].at("max")[axis].get<double>(), maximum);
   }
   EXPECT_NEAR(metaData.at("spacing").get<double>(), edge / 128, 1e-9);
 }

@@ -14,12 +14,12 @@ namespace {
 using Converter::HierarchyNode;
 using Converter::writeHierarchy;
 using testing::ElementsAre;
-using Testing::nodeId;
+using Testing::nodeNamed;
 using Testing::readChunks;
 
 /// A node with a point; offset and size are made from the name, so that a mix-up shows.
 HierarchyNode node(const std::string& name, std::uint32_t numPoints = 1) {
-  return {nodeId(name), numPoints, 1000 * nodeId(name).value(), 10 + name.size()};
+  return {nodeNamed(name), numPoints, 1000 * nodeNamed(name).value(), 10 + name.size()};
 }
 
 /// The nodes on the way from the root to @p name, both included.
@@ -34,7 +34,8 @@ std::vector<Testing::HierarchyChunk> chunksOf(const Converter::Hierarchy& hierar
 }
 
 TEST(HierarchyWriter, WritesARecordAsTwentyTwoLittleEndianBytes) {
-  const auto hierarchy = writeHierarchy({{nodeId("r"), 0x01020304, 0x1112131415161718, 0x2122232425262728}});
+  const auto hierarchy =
+      writeHierarchy({{nodeNamed("r"), 0x01020304, 0x1112131415161718, 0x2122232425262728}});
   EXPECT_EQ(hierarchy.bytes, std::string("\x01\x00\x04\x03\x02\x01\x18\x17\x16\x15\x14\x13\x12\x11"
                                          "\x28\x27\x26\x25\x24\x23\x22\x21",
                                          22));
@@ -50,7 +51,7 @@ TEST(HierarchyWriter, ListsAChunkBreadthFirstWithChildrenInRisingIndex) {
   EXPECT_THAT(chunks[0].reached, ElementsAre("r", "r0", "r7", "r00", "r03", "r71"));
   EXPECT_EQ(chunks[0].records[0].childMask, 0x81U);
   EXPECT_EQ(chunks[0].records[1].childMask, 0x09U);
-  EXPECT_EQ(chunks[0].records[5].byteOffset, 1000 * nodeId("r71").value());
+  EXPECT_EQ(chunks[0].records[5].byteOffset, 1000 * nodeNamed("r71").value());
   EXPECT_EQ(hierarchy.depth, 2U);
 }
 
@@ -94,7 +95,7 @@ TEST(HierarchyWriter, GivesAProxyTheMaskAndPointsOfItsNode) {
   EXPECT_EQ(real.type, 0U);
   EXPECT_EQ(proxy.childMask, real.childMask);
   EXPECT_EQ(proxy.numPoints, real.numPoints);
-  EXPECT_EQ(real.byteOffset, 1000 * nodeId("r0123").value());
+  EXPECT_EQ(real.byteOffset, 1000 * nodeNamed("r0123").value());
 }
 
 TEST(HierarchyWriter, WritesALeafAtTheEndOfAChunkWithoutAProxy) {

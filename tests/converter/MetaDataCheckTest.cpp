@@ -44,6 +44,11 @@ TEST(MetaDataCheck, AcceptsACubeWhoseCornersAreRounded) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.boundingBox.maximum[2] += 1e-6;
   EXPECT_NO_THROW(Converter::checkWritable(metaData, MetaDataUse::Main));
+  for (int axis = 0; axis < 3; ++axis) {
+    metaData.boundingBox.minimum[axis] = axis == 0 ? 0 : 5'432'100.7;
+    metaData.boundingBox.maximum[axis] = metaData.boundingBox.minimum[axis] + 2e-6;
+  }
+  EXPECT_NO_THROW(Converter::checkWritable(metaData, MetaDataUse::Main)) << "small and far from the origin";
 }
 
 TEST(MetaDataCheck, RefusesTypesThatViewersCannotRead) {

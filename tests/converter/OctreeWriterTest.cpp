@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using PoTree::Encoding;
 using testing::HasSubstr;
-using Testing::nodeId;
+using Testing::nodeNamed;
 using Testing::plainMetaData;
 using Testing::plainRecords;
 using Testing::readFile;
@@ -33,7 +33,7 @@ class OctreeWriter : public testing::Test {
         {"r1", plainRecords({{4, 4, 4}})},
         {"r44", plainRecords({{80'000, 1, 1}, {80'001, 2, 2}})}};
     Converter::OctreeWriter writer(files_, folder_.path() / name, plainMetaData(encoding));
-    for (const std::string& node : order) writer.addNode(nodeId(node), nodes.at(node));
+    for (const std::string& node : order) writer.addNode(nodeNamed(node), nodes.at(node));
     writer.finish();
   }
 
@@ -86,7 +86,7 @@ TEST_F(OctreeWriter, AddsManyNodesAsIfOneByOne) {
   const auto second = plainRecords({{80'000, 1, 1}, {80'001, 2, 2}});
   Converter::OctreeWriter writer(files_, folder_.path() / "batch", plainMetaData(Encoding::Brotli));
   writer.addNodes(std::array<Converter::NodeRecords, 3>{
-      {{nodeId("r"), root}, {nodeId("r1"), first}, {nodeId("r44"), second}}});
+      {{nodeNamed("r"), root}, {nodeNamed("r1"), first}, {nodeNamed("r44"), second}}});
   writer.finish();
   EXPECT_EQ(readFile(folder_.path() / "single" / "octree.bin"),
             readFile(folder_.path() / "batch" / "octree.bin"));
@@ -101,7 +101,7 @@ TEST_F(OctreeWriter, TakesNodesThatWereEncodedElsewhere) {
   const auto last = plainRecords({{80'000, 1, 1}, {80'001, 2, 2}});
   Converter::OctreeWriter writer(files_, folder_.path() / "encoded", plainMetaData());
   writer.addEncoded(std::array<Converter::EncodedNode, 3>{
-      {{nodeId("r"), 3, root}, {nodeId("r1"), 1, together}, {nodeId("r44"), 2, last}}});
+      {{nodeNamed("r"), 3, root}, {nodeNamed("r1"), 1, together}, {nodeNamed("r44"), 2, last}}});
   writer.finish();
   for (const char* file : {"metadata.json", "hierarchy.bin", "octree.bin"}) {
     EXPECT_EQ(readFile(folder_.path() / "records" / file), readFile(folder_.path() / "encoded" / file))
@@ -117,8 +117,9 @@ TEST_F(OctreeWriter, WritesEncodedNodesThatFollowEachOtherInMemoryInOneCall) {
   Converter::OctreeWriter writer(counted, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
   const std::span<const std::byte> bytes(records);
-  writer.addEncoded(std::array<Converter::EncodedNode, 3>{
-      {{nodeId("r"), 1, bytes.first(21)}, {nodeId("r0"), 0, {}}, {nodeId("r1"), 2, bytes.subspan(21)}}});
+  writer.addEncoded(std::array<Converter::EncodedNode, 3>{{{nodeNamed("r"), 1, bytes.first(21)},
+                                                           {nodeNamed("r0"), 0, {}},
+                                                           {nodeNamed("r1"), 2, bytes.subspan(21)}}});
   EXPECT_EQ(writes, 1U);
   writer.finish();
   EXPECT_EQ(readFile(folder_.path() / "out" / "octree.bin").size(), records.size());
@@ -127,9 +128,9 @@ TEST_F(OctreeWriter, WritesEncodedNodesThatFollowEachOtherInMemoryInOneCall) {
 TEST_F(OctreeWriter, RefusesEncodedNodesWhosePointsAndBytesDisagree) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
-  const std::array<Converter::EncodedNode, 1> noBytes{{{nodeId("r"), 3, {}}}};
-  const std::array<Converter::EncodedNode, 1> noPoints{{{nodeId("r"), 0, records}}};
-  const std::array<Converter::EncodedNode, 1> tooMany{{{nodeId("r"), 1U << 31U, records}}};
+  const std::array<Converter::EncodedNode, 1> noBytes{{{nodeNamed("r"), 3, {}}}};
+  const std::array<Converter::EncodedNode, 1> noPoints{{{nodeNamed("r"), 0, records}}};
+  const std::array<Converter::EncodedNode, 1> tooMany{{{nodeNamed("r"), 1U << 31U, records}}};
   EXPECT_THROW(writer.addEncoded(noBytes), std::invalid_argument);
   EXPECT_THROW(writer.addEncoded(noPoints), std::invalid_argument);
   EXPECT_THROW(writer.addEncoded(tooMany), std::invalid_argument);
@@ -139,7 +140,7 @@ TEST_F(OctreeWriter, RefusesEncodedNodesWhosePointsAndBytesDisagree) {
 
 TEST_F(OctreeWriter, WritesTheMetaDataThatAreKnownAtTheEnd) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
-  writer.addNode(nodeId("r"), plainRecords(kThreePoints));
+  writer.addNode(nodeNamed("r"), plainRecords(kThreePoints));
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes[1].min = {1000};
   metaData.attributes[1].max = {1002};
@@ -176,7 +177,7 @@ TEST_F(OctreeWriter, WritesASmallerFileAtAHigherQuality) {
     options.brotliQuality = quality;
     Converter::OctreeWriter writer(files_, folder_.path() / std::to_string(quality),
                                    plainMetaData(Encoding::Brotli), options);
-    writer.addNode(nodeId("r"), plainRecords(positions));
+    writer.addNode(nodeNamed("r"), plainRecords(positions));
     writer.finish();
   }
   EXPECT_LT(fs::file_size(folder_.path() / "9" / "octree.bin"),
@@ -188,7 +189,7 @@ TEST_F(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
   Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
                                  {6, PoTree::MetaDataUse::ExternalAttributes});
-  writer.addNode(nodeId("r"), std::vector{std::byte{1}, std::byte{0}});
+  writer.addNode(nodeNamed("r"), std::vector{std::byte{1}, std::byte{0}});
   writer.finish();
   EXPECT_EQ(WrittenOctree(folder_.path() / "out").data, std::string("\1\0", 2));
 }
@@ -196,10 +197,10 @@ TEST_F(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
 TEST_F(OctreeWriter, RefusesANodeThatWasAddedBefore) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
-  writer.addNode(nodeId("r04"), records);
-  EXPECT_THAT([&] { writer.addNode(nodeId("r04"), records); },
+  writer.addNode(nodeNamed("r04"), records);
+  EXPECT_THAT([&] { writer.addNode(nodeNamed("r04"), records); },
               ThrowsMessage<std::invalid_argument>(HasSubstr("node r04: was added before")));
-  const std::array<Converter::NodeRecords, 2> twins{{{nodeId("r1"), records}, {nodeId("r1"), records}}};
+  const std::array<Converter::NodeRecords, 2> twins{{{nodeNamed("r1"), records}, {nodeNamed("r1"), records}}};
   EXPECT_THROW(writer.addNodes(twins), std::invalid_argument);
   writer.finish();
   EXPECT_EQ(WrittenOctree(folder_.path() / "out").metaData["points"], 3) << "a refused call adds nothing";
@@ -208,7 +209,7 @@ TEST_F(OctreeWriter, RefusesANodeThatWasAddedBefore) {
 TEST_F(OctreeWriter, RefusesANodeBelowTheDeepestLevel) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   const auto records = plainRecords(kThreePoints);
-  const Octree::OctreeNodeId deepest = nodeId("r" + std::string(21, '0'));
+  const Octree::OctreeNodeId deepest = nodeNamed("r" + std::string(21, '0'));
   EXPECT_NO_THROW(writer.addNode(deepest, records));
   EXPECT_THROW(writer.addNode(deepest.child(0), records), std::invalid_argument);
   EXPECT_THROW(writer.addNode(deepest.child(5), records), std::invalid_argument);
@@ -218,7 +219,7 @@ TEST_F(OctreeWriter, RefusesBytesThatAreNoWholeRecords) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   auto records = plainRecords(kThreePoints);
   records.pop_back();
-  EXPECT_THAT([&] { writer.addNode(nodeId("r"), records); },
+  EXPECT_THAT([&] { writer.addNode(nodeNamed("r"), records); },
               ThrowsMessage<std::invalid_argument>(HasSubstr("62 bytes are no whole records of 21")));
 }
 
@@ -231,7 +232,7 @@ TEST_F(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
   const auto untouched = std::make_unique_for_overwrite<std::byte[]>(kTooMany);
   EXPECT_THAT(
       [&] {
-        writer.addNode(nodeId("r"), {untouched.get(), kTooMany});
+        writer.addNode(nodeNamed("r"), {untouched.get(), kTooMany});
       },
       ThrowsMessage<std::invalid_argument>(HasSubstr("more than 2^31 - 1 points")));
 }
@@ -239,7 +240,7 @@ TEST_F(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
 TEST_F(OctreeWriter, CannotBeUsedAfterFinish) {
   Converter::OctreeWriter writer(files_, folder_.path() / "out", plainMetaData());
   writer.finish();
-  EXPECT_THROW(writer.addNode(nodeId("r"), plainRecords(kThreePoints)), std::logic_error);
+  EXPECT_THROW(writer.addNode(nodeNamed("r"), plainRecords(kThreePoints)), std::logic_error);
   EXPECT_THROW(writer.finish(), std::logic_error);
 }
 
@@ -274,7 +275,7 @@ TEST_F(OctreeWriter, NamesTheFolderThatCannotBeMade) {
 TEST_F(OctreeWriter, LeavesNoNodeDataBehindWhenItIsNotFinished) {
   {
     Converter::OctreeWriter writer(files_, folder_.path(), plainMetaData());
-    writer.addNode(nodeId("r"), plainRecords(kThreePoints));
+    writer.addNode(nodeNamed("r"), plainRecords(kThreePoints));
   }
   EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
@@ -283,9 +284,9 @@ TEST_F(OctreeWriter, NamesTheFileThatCannotBeWrittenAndIsNotUsedAgain) {
   Converter::OctreeWriter writer(files_, folder_.path(), plainMetaData());
   const std::vector<std::array<std::int32_t, 3>> many(5000);
   const Testing::FileSizeLimit limit(1000);
-  EXPECT_THAT([&] { writer.addNode(nodeId("r"), plainRecords(many)); },
+  EXPECT_THAT([&] { writer.addNode(nodeNamed("r"), plainRecords(many)); },
               ThrowsMessage<std::runtime_error>(HasSubstr((folder_.path() / "octree.bin").string())));
-  EXPECT_THROW(writer.addNode(nodeId("r1"), plainRecords(kThreePoints)), std::logic_error);
+  EXPECT_THROW(writer.addNode(nodeNamed("r1"), plainRecords(kThreePoints)), std::logic_error);
   EXPECT_THROW(writer.finish(), std::logic_error);
 }
 

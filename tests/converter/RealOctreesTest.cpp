@@ -53,7 +53,7 @@ TEST(RealOctrees, TheirNodesKeepTheirPlacesInOurHierarchy) {
     const WrittenOctree octree(samples / name);
     std::vector<Converter::HierarchyNode> nodes;
     for (const auto& [node, record] : octree.nodes) {
-      nodes.push_back({Testing::nodeId(node), record.numPoints, record.byteOffset, record.byteSize});
+      nodes.push_back({Testing::nodeNamed(node), record.numPoints, record.byteOffset, record.byteSize});
     }
     const Converter::Hierarchy ours = Converter::writeHierarchy(nodes);
     const auto found = nodesOf(Testing::readChunks(ours.bytes, ours.firstChunkSize));

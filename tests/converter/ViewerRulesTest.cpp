@@ -175,8 +175,8 @@ TEST(ViewerRulesOfNodes, ANodeWithoutPointsHasNoBytesAndNoPlace) {
   for (const Encoding encoding : {Encoding::Uncompressed, Encoding::Brotli}) {
     const auto path = folder.path() / std::to_string(static_cast<int>(encoding));
     Converter::OctreeWriter writer(files, path, plainMetaData(encoding));
-    writer.addNode(Testing::nodeId("r7"), plainRecords({{1, 2, 3}}));
-    writer.addNode(Testing::nodeId("r"), {});
+    writer.addNode(Testing::nodeNamed("r7"), plainRecords({{1, 2, 3}}));
+    writer.addNode(Testing::nodeNamed("r"), {});
     writer.finish();
     const Testing::HierarchyRecord root = WrittenOctree(path).nodes.at("r");
     EXPECT_EQ(root, (Testing::HierarchyRecord{0, 0x80, 0, 0, 0}));
@@ -189,7 +189,7 @@ TEST(ViewerRulesOfNodes, NegativePositionsAreRefused) {
   Converter::OctreeWriter writer(files, folder.path(), plainMetaData());
   EXPECT_THAT(
       [&] {
-        writer.addNode(Testing::nodeId("r"), plainRecords({{1, 2, 3}, {0, -1, 0}}));
+        writer.addNode(Testing::nodeNamed("r"), plainRecords({{1, 2, 3}, {0, -1, 0}}));
       },
       testing::ThrowsMessage<std::invalid_argument>(testing::HasSubstr("coordinate -1 is negative")));
 }

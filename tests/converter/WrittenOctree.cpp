@@ -157,7 +157,7 @@ std::array<std::int32_t, 3> positionOf(const std::string& record) {
   return position;
 }
 
-Octree::OctreeNodeId nodeId(std::string_view name) {
+Octree::OctreeNodeId nodeNamed(std::string_view name) {
   Octree::OctreeNodeId id;
   for (const char digit : name.substr(1)) id = id.child(static_cast<std::uint8_t>(digit - '0'));
   return id;

@@ -67,7 +67,7 @@ struct WrittenOctree {
 [[nodiscard]] std::array<std::int32_t, 3> positionOf(const std::string& record);
 
 /// The id of a node by its name.
-[[nodiscard]] Octree::OctreeNodeId nodeId(std::string_view name);
+[[nodiscard]] Octree::OctreeNodeId nodeNamed(std::string_view name);
 
 /// Metadata that a writer accepts: a cube of 1024 units, scale 0.01, attributes position, intensity (uint16),
 /// classification (uint8) and rgb: 21 bytes a point.
