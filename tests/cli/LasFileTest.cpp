@@ -49,7 +49,7 @@ TEST(LasFile, HasTheIntegersThatTheCloudStores) {
   EXPECT_EQ(at<std::int32_t>(file, point + 8), 7);
   EXPECT_EQ(at<std::uint16_t>(file, point + 12), 65535);
   EXPECT_EQ(at<std::uint8_t>(file, point + 16), 6);
-  EXPECT_EQ(at<std::uint16_t>(file, point + 32), 257 * 20) << "green";
+  EXPECT_EQ(at<std::uint16_t>(file, point + 32), 20) << "green";
 }
 
 TEST(LasFile, HasNormalsAsExtraBytes) {
@@ -62,10 +62,10 @@ TEST(LasFile, HasNormalsAsExtraBytes) {
   const std::size_t entry = 375 + 54;
   EXPECT_STREQ(file.c_str() + entry + 4, "NormalX");
   EXPECT_STREQ(file.c_str() + entry + 2 * 192 + 4, "NormalZ");
-  EXPECT_EQ(at<std::uint8_t>(file, entry + 2), 9) << "float";
+  EXPECT_EQ(at<std::uint8_t>(file, entry + 2), 10) << "double, as stored";
   const std::size_t point = at<std::uint32_t>(file, 96);
-  EXPECT_EQ(at<float>(file, point + 30), 0.5F);
-  EXPECT_EQ(at<float>(file, point + 38), -1.0F);
+  EXPECT_EQ(at<double>(file, point + 30), 0.5);
+  EXPECT_EQ(at<double>(file, point + 46), -1.0);
 }
 
 TEST(LasFile, HasOctreeCoordinatesWhenAskedFor) {

@@ -109,7 +109,7 @@ TEST(PlyFile, HoldsThePointsOfARealCloud) {
   SORVIK_SAMPLE_OR_SKIP(cloud, "potree/andelskahora");
   const TempFolder folder;
   const std::string path = (folder.path() / "out.PLY").string();
-  (void)outputOf({"points", cloud.string(), "-o", path});
+  (void)outputOf({"points", cloud.string(), "-o", path, "--attributes", "rgb,intensity,classification"});
   const PlyParts file = split(readFile(path));
   const auto positions = allPositions(cloud);
   const std::size_t recordSize = 24 + 3 + 2 + 1;
