@@ -35,6 +35,11 @@ bool isWide(Math::AttributeType type) {
   return type == Math::AttributeType::Int64 || type == Math::AttributeType::UInt64;
 }
 
+std::string halvesRemark(const std::string& name, const std::string& low, const std::string& high) {
+  return "The 64-bit attribute \"" + name + "\" is stored as the two attributes \"" + low + "\" and \"" +
+         high + "\" of 32 bits.";
+}
+
 template <class T>
 void storeAsDouble(const std::byte* in, std::byte* out) {
   const auto value = static_cast<double>(Core::loadLittleEndian<T>(in));
@@ -64,8 +69,7 @@ OutputRecords::OutputRecords(const CloudRecords& records, const std::vector<Attr
       const std::string high = freeName(attribute.name + "_high", records);
       addHalf(attribute, low, records.offsets[i]);
       addHalf(attribute, high, records.offsets[i] + kWideSize / 2);
-      remarks.push_back("The 64-bit attribute \"" + attribute.name + "\" is stored as the two attributes \"" +
-                        low + "\" and \"" + high + "\" of 32 bits.");
+      remarks.push_back(halvesRemark(attribute.name, low, high));
     }
   }
 }

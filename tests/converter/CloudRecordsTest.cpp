@@ -8,7 +8,6 @@ namespace {
 
 using Converter::CloudRecords;
 using Converter::ScanInfo;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -14,7 +14,6 @@ using Testing::HierarchyChunk;
 using Testing::ScanContent;
 using Testing::scanOf;
 using Testing::scansOf;
-using Testing::smallSettings;
 using Testing::WrittenOctree;
 
 WrittenOctree converted(const ScanContent& content) {
