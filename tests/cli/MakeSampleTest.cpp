@@ -45,7 +45,8 @@ TEST_F(MakeSample, RefusesACallThatMeansNothing) {
   refuses({"make-sample", path("a.txt")}, "FILE: cannot write .txt files: use .las, .ply or .csv");
   refuses({"make-sample", path("a.las"), "--points", "-1"}, "--points: '-1' is not a whole number");
   refuses({"make-sample", path("a.las"), "--points", "1e6"}, "--points: '1e6' is not a whole number");
-  refuses({"make-sample", path("a.las"), "--points", "1000000000001"}, "--points: '1000000000001' is out of range");
+  refuses({"make-sample", path("a.las"), "--points", "1000000000001"},
+          "--points: '1000000000001' is out of range");
   refuses({"make-sample", path("a.las"), "--seed", "18446744073709551616"}, "is out of range");
   refuses({"make-sample", path("a.las"), "--seed="}, "--seed");
 }

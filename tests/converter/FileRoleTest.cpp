@@ -66,7 +66,9 @@ TEST(FileRole, TellsFileCauseAndWhatToDo) {
 
 TEST(FileRole, TakesBytesThatAreNotThereForAFailureOfTheirFile) {
   const auto cutShort = [](FileRole role) {
-    Converter::withRole(role, [] { throw Core::FormatError(Core::Source{"a.las", 7}, "bytes to read", "9", "2"); });
+    Converter::withRole(role, [] {
+      throw Core::FormatError(Core::Source{"a.las", 7}, "bytes to read", "9", "2");
+    });
   };
   const auto isResult = [](Result result) {
     return testing::Throws<ConversionError>(testing::Property(&ConversionError::result, result));
