@@ -13,8 +13,8 @@ constexpr double kLeastShareForEstimate = 0.01;
 }  // namespace
 
 StageWeights stageWeights(PoTree::Encoding encoding) {
-  if (encoding == PoTree::Encoding::Brotli) return {0.01, 0.17, 0.77, 0.05};
-  return {0.02, 0.38, 0.48, 0.12};
+  if (encoding == PoTree::Encoding::Brotli) return {0.01, 0.05, 0.91, 0.03};
+  return {0.03, 0.14, 0.79, 0.04};
 }
 
 StageProgress::StageProgress(const StageWeights& weights, std::function<TimePoint()> now)
