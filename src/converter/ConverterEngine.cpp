@@ -1,6 +1,11 @@
 #include "converter/ConverterEngine.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
+
 #include "converter/OutputFolder.h"
+#include "core/BoundedFiles.h"
 
 namespace Converter {
 namespace {
@@ -28,10 +33,20 @@ std::unique_ptr<OutputPlace> prepareFolder(Core::FileSystem& files, const std::f
   return std::make_unique<FolderPlace>(files, output, options);
 }
 
+/// Inputs may be thousands of tiles: a part of the files that the process may have open.
+std::size_t mostOpenInputs() {
+  constexpr rlim_t kMany = 256;
+  struct rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+  return static_cast<std::size_t>(std::clamp<rlim_t>(limit.rlim_cur / 4, 1, kMany));
+}
+
 }  // namespace
 
 ConverterEngine standardEngine(Core::DiskFileSystem::Sync sync) {
-  return {std::make_shared<Core::DiskFileSystem>(sync), openScan, prepareFolder, convertScans};
+  const auto disk = std::make_shared<Core::DiskFileSystem>(sync);
+  return {std::make_shared<Core::BoundedFiles>(disk, mostOpenInputs()), openScan, prepareFolder,
+          convertScans};
 }
 
 }  // namespace Converter
