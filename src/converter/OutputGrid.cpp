@@ -71,6 +71,26 @@ std::string number(double value) {
   return text.str();
 }
 
+/// Where coordinates are so large that doubles do not tell steps of the scale apart, there is no grid.
+void checkResolution(std::span<const ScanInfo* const> scans, std::size_t axis, double largest, double scale,
+                     bool isWanted) {
+  constexpr int kSpareBits = 2;
+  if (std::ldexp(largest, kSpareBits - std::numeric_limits<double>::digits) <= scale) return;
+  if (isWanted) {
+    throw ConversionError(Result::ConvertFileTooBig, "the scale " + number(scale) + " is too fine: along " +
+                                                         kAxisNames[axis] + " coordinates reach " +
+                                                         number(largest) + "; choose a coarser one");
+  }
+  const auto offsetOf = [&](const ScanInfo* scan) {
+    return scan->grid ? std::abs(scan->grid->offset[axis]) : 0;
+  };
+  const auto farthest = std::max_element(
+      scans.begin(), scans.end(), [&](const auto* a, const auto* b) { return offsetOf(a) < offsetOf(b); });
+  throw ConversionError(Result::InputGetInfoError, (*farthest)->name + ": along " + kAxisNames[axis] +
+                                                       " its coordinates reach " + number(largest) +
+                                                       ", where steps of " + number(scale) + " are lost");
+}
+
 }  // namespace
 
 OutputGrid::OutputGrid(const std::array<double, 3>& scale, const std::array<double, 3>& offset,
@@ -101,6 +121,7 @@ OutputGrid chooseGrid(std::span<const ScanInfo* const> scans, const Math::NBound
     const double first =
         wanted ? *wanted : finestScale(scans, axis).value_or(scaleForFloats(minimum, maximum));
     scale[axis] = first;
+    checkResolution(scans, axis, std::max(std::abs(minimum), std::abs(maximum)), first, wanted.has_value());
     AxisSteps found = stepsOf(minimum, maximum, base, first);
     while (found.count > kMostSteps) {
       if (wanted) {

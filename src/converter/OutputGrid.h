@@ -60,7 +60,9 @@ class OutputGrid {
 /// lowered to whole steps from the first scan's offset.
 /// @param wanted   a scale for all axes, taken as it is.
 /// @param remarks  gets a sentence when a scale had to be raised.
-/// @throws ConversionError (ConvertFileTooBig) when @p wanted does not do.
+/// @throws ConversionError: ConvertFileTooBig when @p wanted does not do, InputGetInfoError when coordinates
+/// are
+///         so large that doubles do not tell steps of the scale apart.
 [[nodiscard]] OutputGrid chooseGrid(std::span<const ScanInfo* const> scans,
                                     const Math::NBoundingBox<double, 3>& box, std::optional<double> wanted,
                                     std::vector<std::string>& remarks);

@@ -115,6 +115,26 @@ TEST(OutputGrid, RefusesAnExplicitScaleThatIsTooFine) {
   }
 }
 
+TEST(OutputGrid, RefusesStepsThatAreLostInTheSizeOfCoordinates) {
+  ScanInfo far = integerScan({0.001, 0.001, 0.001}, {0, 1e15, 0});
+  far.name = "far.las";
+  try {
+    choose({integerScan({0.001, 0.001, 0.001}), far}, {1, 1, 1}, {}, {0, 1e15, 0});
+    FAIL() << "was taken";
+  } catch (const Converter::ConversionError& error) {
+    EXPECT_EQ(error.result(), Converter::Result::InputGetInfoError);
+    EXPECT_THAT(error.what(), HasSubstr("far.las: along y its coordinates reach 1e+15"));
+  }
+}
+
+TEST(OutputGrid, RefusesAnExplicitScaleThatCoordinatesCannotResolve) {
+  EXPECT_THAT(
+      [] {
+        choose({ScanInfo{}}, {0.01, 0.01, 0.01}, 1e-11, {5e6, 0, 0});
+      },
+      testing::ThrowsMessage<Converter::ConversionError>(HasSubstr("the scale 1e-11 is too fine")));
+}
+
 TEST(OutputGrid, BeginsAtTheMinimumLoweredToWholeStepsOfTheFirstScansOffset) {
   const Chosen chosen =
       choose({integerScan({0.01, 0.01, 0.01}, {0.003, 1000.5, -7}), integerScan({0.01, 0.01, 0.01})},
