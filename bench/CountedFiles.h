@@ -45,33 +45,23 @@ class CountedFile final : public Core::WritableFile {
 };
 
 /// The machine's file system, counting. Threads: as the contract says.
-class CountedFileSystem final : public Core::FileSystem {
+class CountedFileSystem final : public Core::ForwardingFileSystem {
  public:
-  explicit CountedFileSystem(Core::DiskFileSystem::Sync sync) : disk_(sync) {}
+  explicit CountedFileSystem(Core::DiskFileSystem::Sync sync)
+      : ForwardingFileSystem(std::make_shared<Core::DiskFileSystem>(sync)) {}
 
   [[nodiscard]] const ByteCounts& counts() const { return counts_; }
 
   std::unique_ptr<Core::ReadableFile> open(const std::filesystem::path& path) override {
-    return std::make_unique<CountedFile>(disk_.open(path), nullptr, counts_);
+    return std::make_unique<CountedFile>(files().open(path), nullptr, counts_);
   }
   std::unique_ptr<Core::WritableFile> create(const std::filesystem::path& path) override {
-    std::unique_ptr<Core::WritableFile> file = disk_.create(path);
+    std::unique_ptr<Core::WritableFile> file = files().create(path);
     Core::WritableFile* const writable = file.get();
     return std::make_unique<CountedFile>(std::move(file), writable, counts_);
   }
-  void createDirectories(const std::filesystem::path& path) override { disk_.createDirectories(path); }
-  void rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
-    disk_.rename(from, to);
-  }
-  bool exchange(const std::filesystem::path& a, const std::filesystem::path& b) override {
-    return disk_.exchange(a, b);
-  }
-  void removeAll(const std::filesystem::path& path) override { disk_.removeAll(path); }
-  void syncDirectory(const std::filesystem::path& path) override { disk_.syncDirectory(path); }
-  std::uint64_t freeBytes(const std::filesystem::path& path) override { return disk_.freeBytes(path); }
 
  private:
-  Core::DiskFileSystem disk_;
   ByteCounts counts_;
 };
 

@@ -111,12 +111,12 @@ std::ostream& operator<<(std::ostream& stream, const ConverterResult& result) {
   return stream << kResultNames[static_cast<std::size_t>(number)];
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the public interface takes paths by value.
 Converter::Converter(std::wstring input, std::wstring output)
-    : impl_(new Impl{
-          {pathOf(std::move(input)), pathOf(std::move(output)), true, false, false, false, false, false}}) {}
+    : impl_(new Impl{{pathOf(input), pathOf(output), true, false, false, false, false, false}}) {}
 Converter::Converter(std::wstring input, std::wstring output, const ConverterOptions& options)
-    : impl_(
-          new Impl{{pathOf(std::move(input)), pathOf(std::move(output)), engineOptions(checked(options))}}) {}
+    : impl_(new Impl{{pathOf(input), pathOf(output), engineOptions(checked(options))}}) {}
+// NOLINTEND(performance-unnecessary-value-param)
 Converter::~Converter() = default;
 
 bool Converter::isSupportedFileType(const std::wstring& path) {
@@ -135,6 +135,7 @@ void Converter::addInput(const std::wstring& path) { impl_->job.addInput(pathOf(
 void Converter::setFileToConvert(const std::wstring& path) { impl_->job.setFileToConvert(pathOf(path)); }
 void Converter::setFilesToConvert(const std::vector<std::wstring>& paths) {
   std::vector<std::filesystem::path> files;
+  files.reserve(paths.size());
   for (const std::wstring& path : paths) files.push_back(pathOf(path));
   impl_->job.setFilesToConvert(std::move(files));
 }

@@ -44,36 +44,9 @@ bool allExactAsDouble(const RecordView& points, std::size_t offset) {
   return true;
 }
 
-/// Calls @p work with a value of the attribute's type.
-template <class Work>
-void withType(Math::AttributeType type, const Work& work) {
-  switch (type) {
-    case Math::AttributeType::Int8:
-      return work(std::int8_t{});
-    case Math::AttributeType::Int16:
-      return work(std::int16_t{});
-    case Math::AttributeType::Int32:
-      return work(std::int32_t{});
-    case Math::AttributeType::Int64:
-      return work(std::int64_t{});
-    case Math::AttributeType::UInt8:
-      return work(std::uint8_t{});
-    case Math::AttributeType::UInt16:
-      return work(std::uint16_t{});
-    case Math::AttributeType::UInt32:
-      return work(std::uint32_t{});
-    case Math::AttributeType::UInt64:
-      return work(std::uint64_t{});
-    case Math::AttributeType::Float:
-      return work(float{});
-    case Math::AttributeType::Double:
-      return work(double{});
-  }
-}
-
 void addAttribute(const Math::Attribute& attribute, const RecordView& points, std::size_t offset,
                   AttributeFacts& facts) {
-  withType(attribute.type, [&](auto example) {
+  Math::withValueType(attribute.type, [&](auto example) {
     using T = decltype(example);
     for (std::size_t i = 0; i < attribute.numElements; ++i) {
       const std::size_t at = offset + i * sizeof(T);

@@ -89,7 +89,7 @@ fs::path checkedTemporaryFolder(const fs::path& folder) {
                           "The temporary folder " + folder.string() +
                               " cannot be found. Make it, or choose another temporary folder.");
   }
-  const fs::path whole = fs::canonical(folder, error);
+  fs::path whole = fs::canonical(folder, error);
   if (error || !fs::is_directory(status)) {
     throw ConversionError(Result::ConvertTempDirInvalid,
                           "The temporary folder " + folder.string() +

@@ -89,7 +89,7 @@ class BoundedFiles::BoundedFile final : public ReadableFile {
 };
 
 BoundedFiles::BoundedFiles(std::shared_ptr<FileSystem> files, std::size_t mostOpen)
-    : files_(std::move(files)), open_(std::make_shared<OpenFiles>(files_, mostOpen)) {}
+    : ForwardingFileSystem(files), open_(std::make_shared<OpenFiles>(std::move(files), mostOpen)) {}
 
 BoundedFiles::~BoundedFiles() = default;
 

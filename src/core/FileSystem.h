@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <utility>
 
 namespace Core {
 
@@ -64,6 +65,35 @@ class FileSystem {
   virtual void syncDirectory(const std::filesystem::path& path) = 0;
   /// Bytes that may still be written to the file system that holds @p path.
   [[nodiscard]] virtual std::uint64_t freeBytes(const std::filesystem::path& path) = 0;
+};
+
+/// A file system that hands every call on to another; those derived from it change some of them.
+class ForwardingFileSystem : public FileSystem {
+ public:
+  explicit ForwardingFileSystem(std::shared_ptr<FileSystem> files) : files_(std::move(files)) {}
+
+  std::unique_ptr<ReadableFile> open(const std::filesystem::path& path) override {
+    return files_->open(path);
+  }
+  std::unique_ptr<WritableFile> create(const std::filesystem::path& path) override {
+    return files_->create(path);
+  }
+  void createDirectories(const std::filesystem::path& path) override { files_->createDirectories(path); }
+  void rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    files_->rename(from, to);
+  }
+  bool exchange(const std::filesystem::path& a, const std::filesystem::path& b) override {
+    return files_->exchange(a, b);
+  }
+  void removeAll(const std::filesystem::path& path) override { files_->removeAll(path); }
+  void syncDirectory(const std::filesystem::path& path) override { files_->syncDirectory(path); }
+  std::uint64_t freeBytes(const std::filesystem::path& path) override { return files_->freeBytes(path); }
+
+ protected:
+  [[nodiscard]] FileSystem& files() { return *files_; }
+
+ private:
+  std::shared_ptr<FileSystem> files_;
 };
 
 /// The file system of the machine.

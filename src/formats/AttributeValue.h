@@ -9,34 +9,6 @@
 
 namespace Formats {
 
-/// Calls @p visit with a zero of the C++ type of the values.
-template <class Visit>
-auto withValueType(Math::AttributeType type, const Visit& visit) {
-  switch (type) {
-    case Math::AttributeType::Int8:
-      return visit(std::int8_t{});
-    case Math::AttributeType::Int16:
-      return visit(std::int16_t{});
-    case Math::AttributeType::Int32:
-      return visit(std::int32_t{});
-    case Math::AttributeType::Int64:
-      return visit(std::int64_t{});
-    case Math::AttributeType::UInt8:
-      return visit(std::uint8_t{});
-    case Math::AttributeType::UInt16:
-      return visit(std::uint16_t{});
-    case Math::AttributeType::UInt32:
-      return visit(std::uint32_t{});
-    case Math::AttributeType::UInt64:
-      return visit(std::uint64_t{});
-    case Math::AttributeType::Float:
-      return visit(float{});
-    case Math::AttributeType::Double:
-      return visit(double{});
-  }
-  throw std::invalid_argument("no such attribute type");
-}
-
 /// The value that stands at @p bytes, wherever that is.
 template <class T>
 [[nodiscard]] T loadValue(const std::byte* bytes) {

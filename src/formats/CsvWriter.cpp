@@ -29,7 +29,7 @@ char* appendScaled(const std::byte* value, const ElementScale& scale, char* out)
 }
 
 Append appendOf(Math::AttributeType type, bool stored) {
-  return withValueType(type, [stored](auto zero) -> Append {
+  return Math::withValueType(type, [stored](auto zero) -> Append {
     using T = decltype(zero);
     return stored ? &appendStored<T> : &appendScaled<T>;
   });

@@ -130,7 +130,7 @@ std::span<const std::byte> PlyWriter::encode(const PointBatch& batch) {
     AttributeValues values = batch.attributes[property.attribute];
     values.first += property.byteOffset;
     if (property.asDouble) {
-      withValueType(property.type, [&](auto zero) {
+      Math::withValueType(property.type, [&](auto zero) {
         storeDoubles<decltype(zero)>(values, property.scale, count, out, recordSize_);
       });
       out += sizeof(double);

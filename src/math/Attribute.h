@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,5 +44,33 @@ struct Attribute {
   [[nodiscard]] std::size_t size() const { return sizeOf(type) * numElements; }
   bool operator==(const Attribute&) const = default;
 };
+
+/// Calls @p visit with a zero of the C++ type of the values.
+template <class Visit>
+auto withValueType(AttributeType type, const Visit& visit) {
+  switch (type) {
+    case AttributeType::Int8:
+      return visit(std::int8_t{});
+    case AttributeType::Int16:
+      return visit(std::int16_t{});
+    case AttributeType::Int32:
+      return visit(std::int32_t{});
+    case AttributeType::Int64:
+      return visit(std::int64_t{});
+    case AttributeType::UInt8:
+      return visit(std::uint8_t{});
+    case AttributeType::UInt16:
+      return visit(std::uint16_t{});
+    case AttributeType::UInt32:
+      return visit(std::uint32_t{});
+    case AttributeType::UInt64:
+      return visit(std::uint64_t{});
+    case AttributeType::Float:
+      return visit(float{});
+    case AttributeType::Double:
+      return visit(double{});
+  }
+  throw std::invalid_argument("no such attribute type");
+}
 
 }  // namespace Math

@@ -17,7 +17,6 @@ using Sorvik::ConverterOptions;
 using Sorvik::ConverterResult;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::ThrowsMessage;
 
 std::string nameOf(int result) {

@@ -31,7 +31,7 @@ using testing::Optional;
 class ConverterJob : public testing::Test {
  protected:
   [[nodiscard]] Converter::Converter converter(const ConverterOptions& options = {}) {
-    return Converter::Converter(in(), folder_.path() / "out", options, engine.parts());
+    return {in(), folder_.path() / "out", options, engine.parts()};
   }
   [[nodiscard]] fs::path in() const { return folder_.path() / "in"; }
   [[nodiscard]] fs::path write(const fs::path& name) const { return folder_.write(name, "x"); }

@@ -12,7 +12,7 @@ using Core::BoundedFiles;
 using Core::ReadableFile;
 
 /// Counts how often files are opened, and how many are open.
-class CountingFiles final : public Core::FileSystem {
+class CountingFiles final : public Core::ForwardingFileSystem {
  public:
   struct Counts {
     int opened = 0;
@@ -20,24 +20,13 @@ class CountingFiles final : public Core::FileSystem {
     int mostOpen = 0;
   };
 
-  explicit CountingFiles(Counts& counts) : counts_(counts) {}
+  explicit CountingFiles(Counts& counts)
+      : ForwardingFileSystem(std::make_shared<Core::DiskFileSystem>(Core::DiskFileSystem::Sync::No)),
+        counts_(counts) {}
 
   std::unique_ptr<ReadableFile> open(const std::filesystem::path& path) override {
-    return std::make_unique<Counted>(disk_.open(path), counts_);
+    return std::make_unique<Counted>(files().open(path), counts_);
   }
-  std::unique_ptr<Core::WritableFile> create(const std::filesystem::path& path) override {
-    return disk_.create(path);
-  }
-  void createDirectories(const std::filesystem::path& path) override { disk_.createDirectories(path); }
-  void rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
-    disk_.rename(from, to);
-  }
-  bool exchange(const std::filesystem::path& a, const std::filesystem::path& b) override {
-    return disk_.exchange(a, b);
-  }
-  void removeAll(const std::filesystem::path& path) override { disk_.removeAll(path); }
-  void syncDirectory(const std::filesystem::path& path) override { disk_.syncDirectory(path); }
-  std::uint64_t freeBytes(const std::filesystem::path& path) override { return disk_.freeBytes(path); }
 
  private:
   class Counted final : public ReadableFile {
@@ -58,7 +47,6 @@ class CountingFiles final : public Core::FileSystem {
     Counts& counts_;
   };
 
-  Core::DiskFileSystem disk_{Core::DiskFileSystem::Sync::No};
   Counts& counts_;
 };
 

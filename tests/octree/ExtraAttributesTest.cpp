@@ -9,7 +9,6 @@
 namespace {
 
 using Math::NodePoints;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
