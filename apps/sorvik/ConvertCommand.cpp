@@ -14,7 +14,6 @@
 namespace Program {
 namespace {
 
-
 // Short enough that neither Ctrl-C nor the end of a small conversion is waited for noticeably.
 constexpr std::chrono::milliseconds kPause{20};
 

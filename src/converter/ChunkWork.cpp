@@ -34,9 +34,11 @@ RawBytes ChunkWork::takeRecords() {
 std::uint64_t ChunkWork::load(AttributeStatistics& dropped, const std::stop_token& stopToken) {
   const std::size_t stride = plan_.records.stride;
   RawBytes records = takeRecords();
+  advance(plan_.shares.load);
   throwIfStopped(stopToken);
   points_ = std::make_unique<SortedPoints>(std::move(records), stride, plan_.grid,
                                            static_cast<unsigned>(chunk_.id.level()));
+  advance(plan_.shares.sort);
   std::uint64_t duplicates = 0;
   if (plan_.dropDuplicates) {
     points_->dropDuplicates([&](const std::byte* record) {
@@ -51,6 +53,7 @@ std::uint64_t ChunkWork::load(AttributeStatistics& dropped, const std::stop_toke
 
 void ChunkWork::select(SpacingGrid& grid, const std::stop_token& stopToken) {
   tree_->select(grid, stopToken);
+  advance(plan_.shares.select);
   std::size_t size = 0;
   for (const ChunkTree::Node& node : tree_->nodes()) {
     nodes_.push_back({node.id, node.numPoints, size});
@@ -67,6 +70,7 @@ void ChunkWork::select(SpacingGrid& grid, const std::stop_token& stopToken) {
   tree_.reset();
   points_.reset();
   cutIntoBatches();
+  advance(plan_.shares.arrange);
 }
 
 void ChunkWork::cutIntoBatches() {
@@ -81,19 +85,17 @@ void ChunkWork::cutIntoBatches() {
   }
 }
 
-std::uint64_t ChunkWork::encode(std::size_t batch, const std::stop_token& stopToken) {
+void ChunkWork::encode(std::size_t batch, const std::stop_token& stopToken) {
   NodeBatch& work = batches_[batch];
   work.scratch.resize(work.endNode - work.firstNode);
-  std::uint64_t numPoints = 0;
   for (std::size_t i = work.firstNode; i < work.endNode; ++i) {
     throwIfStopped(stopToken);
     const StoredNode& node = nodes_[i];
     const std::span records(stored_.data() + node.offset, node.numPoints * plan_.output.stride());
     work.encoded.push_back(
         {node.id, node.numPoints, plan_.encoder.encode(records, work.scratch[i - work.firstNode])});
-    numPoints += node.numPoints;
+    progress_.advance(node.numPoints * plan_.shares.encode);
   }
-  return numPoints;
 }
 
 std::uint64_t ChunkWork::write(OctreeWriter& writer) {

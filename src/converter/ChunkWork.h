@@ -29,8 +29,8 @@ struct NodeBatch {
 class ChunkWork {
  public:
   /// Views all that it is given.
-  ChunkWork(const IndexPlan& plan, const Chunk& chunk, TempStore& store)
-      : plan_(plan), chunk_(chunk), store_(store) {}
+  ChunkWork(const IndexPlan& plan, const Chunk& chunk, TempStore& store, Progress& progress)
+      : plan_(plan), chunk_(chunk), store_(store), progress_(progress) {}
 
   /// Bytes that a chunk takes at most at any time until it is written.
   [[nodiscard]] static std::uint64_t memoryFor(const IndexPlan& plan, const Chunk& chunk);
@@ -45,8 +45,7 @@ class ChunkWork {
   void select(SpacingGrid& grid, const std::stop_token& stopToken);
   /// Batches of about a mebibyte.
   [[nodiscard]] std::size_t numBatches() const { return batches_.size(); }
-  /// @return the points that were encoded.
-  std::uint64_t encode(std::size_t batch, const std::stop_token& stopToken);
+  void encode(std::size_t batch, const std::stop_token& stopToken);
   /// @return the points that were written.
   std::uint64_t write(OctreeWriter& writer);
 
@@ -55,11 +54,14 @@ class ChunkWork {
 
  private:
   [[nodiscard]] RawBytes takeRecords();
+  /// Tells the progress that all points of the chunk have taken a step.
+  void advance(std::uint64_t share) { progress_.advance(chunk_.bytes / plan_.records.stride * share); }
   void cutIntoBatches();
 
   const IndexPlan& plan_;
   const Chunk& chunk_;
   TempStore& store_;
+  Progress& progress_;
   std::unique_ptr<SortedPoints> points_;
   std::unique_ptr<ChunkTree> tree_;
   // of select():

@@ -105,16 +105,11 @@ class Indexer {
       return std::nullopt;
     }
     ChunkState& chunk = chunks_[loaded_];
-    chunk.work = std::make_unique<ChunkWork>(plan_, plan_.chunks[loaded_], store_);
+    chunk.work = std::make_unique<ChunkWork>(plan_, plan_.chunks[loaded_], store_, progress_);
     chunk.step = Step::Loading;
     chunk.memory = memory;
     memoryInUse_ += memory;
     return Task{Kind::Load, loaded_++};
-  }
-
-  /// Those that the chunk had in the store.
-  [[nodiscard]] std::uint64_t pointsOf(std::size_t chunk) const {
-    return plan_.chunks[chunk].bytes / plan_.records.stride;
   }
 
   std::size_t takeBatch(ChunkState& chunk) {
@@ -141,7 +136,6 @@ class Indexer {
   void load(std::size_t number, const std::stop_token& stop) {
     AttributeStatistics dropped(plan_.records);
     const std::uint64_t duplicates = chunks_[number].work->load(dropped, stop);
-    progress_.advance(pointsOf(number) * plan_.shares.load);
     const std::lock_guard lock(mutex_);
     result_.duplicates += duplicates;
     statistics_.removeDuplicates(dropped);
@@ -158,7 +152,6 @@ class Indexer {
       changed_.notify_all();
     }
     work.select(grid, stop);
-    progress_.advance(pointsOf(number) * plan_.shares.select);
     const std::lock_guard lock(mutex_);
     ChunkState& chunk = chunks_[number];
     memoryInUse_ -= std::exchange(chunk.memory, work.memoryForEncoding());
@@ -168,7 +161,7 @@ class Indexer {
   }
 
   void encode(const Task& task, const std::stop_token& stop) {
-    progress_.advance(chunks_[task.chunk].work->encode(task.batch, stop) * plan_.shares.encode);
+    chunks_[task.chunk].work->encode(task.batch, stop);
     const std::lock_guard lock(mutex_);
     ChunkState& chunk = chunks_[task.chunk];
     if (--chunk.batchesUnderWay == 0 && chunk.batches.empty()) chunk.step = Step::Encoded;
