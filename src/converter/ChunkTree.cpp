@@ -93,7 +93,12 @@ std::size_t ChunkTree::draw(std::size_t begin, std::size_t end) const {
   return drawn;
 }
 
-void ChunkTree::select(SpacingGrid& grid, const std::stop_token& stopToken) {
+void ChunkTree::select(SpacingGrid& grid, const std::stop_token& stopToken,
+                       const std::function<void(double share)>& whenShareDone) {
+  // Inner nodes look at all points that lie in them.
+  std::size_t looks = 0;
+  for (const Node& node : nodes_) looks += node.leaf ? 0 : node.end - node.begin;
+  std::size_t looked = 0;
   for (const Node& node : nodes_) {
     if (node.leaf) continue;
     throwIfStopped(stopToken);
@@ -105,6 +110,8 @@ void ChunkTree::select(SpacingGrid& grid, const std::stop_token& stopToken) {
     } else {
       offerCells(node, cellLevel, [](std::size_t) { return true; });
     }
+    looked += node.end - node.begin;
+    if (whenShareDone) whenShareDone(static_cast<double>(looked) / static_cast<double>(looks));
   }
   for (Node& node : nodes_) node.numPoints = 0;
   eachPoint([&](std::size_t node, std::size_t) { ++nodes_[node].numPoints; });

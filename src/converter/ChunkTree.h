@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -55,7 +56,9 @@ class ChunkTree {
   void offer(unsigned level, std::optional<Octree::OctreeNodeId>& lastOffered, const Take& take);
 
   /// Lets the chunk's own nodes choose, after all ancestors.
-  void select(SpacingGrid& grid, const std::stop_token& stopToken);
+  /// @param whenShareDone  is told now and then the share of the work that is done, rising to 1.
+  void select(SpacingGrid& grid, const std::stop_token& stopToken,
+              const std::function<void(double share)>& whenShareDone = {});
 
   /// Breadth first, those of a level along the Z curve.
   [[nodiscard]] const std::vector<Node>& nodes() const { return nodes_; }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "converter/FileRole.h"
 #include "converter/WorkerThreads.h"
@@ -37,8 +38,9 @@ std::uint64_t ChunkWork::load(AttributeStatistics& dropped, const std::stop_toke
   advance(plan_.shares.load);
   throwIfStopped(stopToken);
   points_ = std::make_unique<SortedPoints>(std::move(records), stride, plan_.grid,
-                                           static_cast<unsigned>(chunk_.id.level()));
-  advance(plan_.shares.sort);
+                                           static_cast<unsigned>(chunk_.id.level()),
+                                           [this] { advance(plan_.shares.order); });
+  advance(plan_.shares.gather);
   std::uint64_t duplicates = 0;
   if (plan_.dropDuplicates) {
     points_->dropDuplicates([&](const std::byte* record) {
@@ -52,8 +54,13 @@ std::uint64_t ChunkWork::load(AttributeStatistics& dropped, const std::stop_toke
 }
 
 void ChunkWork::select(SpacingGrid& grid, const std::stop_token& stopToken) {
-  tree_->select(grid, stopToken);
-  advance(plan_.shares.select);
+  const std::uint64_t units = chunk_.bytes / plan_.records.stride * plan_.shares.select;
+  std::uint64_t told = 0;
+  tree_->select(grid, stopToken, [&](double share) {
+    const auto reached = static_cast<std::uint64_t>(share * static_cast<double>(units));
+    progress_.advance(reached - std::exchange(told, reached));
+  });
+  progress_.advance(units - told);
   std::size_t size = 0;
   for (const ChunkTree::Node& node : tree_->nodes()) {
     nodes_.push_back({node.id, node.numPoints, size});

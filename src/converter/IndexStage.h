@@ -21,16 +21,20 @@ namespace Converter {
 /// How the time of indexing a point is shared by its steps, measured; in units of progress.
 struct IndexShares {
   std::uint64_t load = 0;
-  std::uint64_t sort = 0;
+  std::uint64_t order = 0;   ///< along the curve
+  std::uint64_t gather = 0;  ///< records in that order
   std::uint64_t select = 0;
   std::uint64_t arrange = 0;  ///< records in the order of the file
   std::uint64_t encode = 0;   ///< and write
 
   [[nodiscard]] static constexpr IndexShares of(PoTree::Encoding encoding) {
-    return encoding == PoTree::Encoding::Brotli ? IndexShares{1, 4, 5, 2, 60} : IndexShares{1, 4, 5, 2, 2};
+    return encoding == PoTree::Encoding::Brotli ? IndexShares{1, 2, 2, 5, 2, 60}
+                                                : IndexShares{1, 2, 2, 5, 2, 2};
   }
   /// Of one point.
-  [[nodiscard]] constexpr std::uint64_t sum() const { return load + sort + select + arrange + encode; }
+  [[nodiscard]] constexpr std::uint64_t sum() const {
+    return load + order + gather + select + arrange + encode;
+  }
 };
 
 /// What indexing needs to know of the cloud.

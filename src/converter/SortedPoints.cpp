@@ -73,7 +73,8 @@ void sortEntries(Entries& entries, const RawBytes& records, std::size_t stride, 
 
 }  // namespace
 
-SortedPoints::SortedPoints(RawBytes records, std::size_t stride, const OutputGrid& grid, unsigned level)
+SortedPoints::SortedPoints(RawBytes records, std::size_t stride, const OutputGrid& grid, unsigned level,
+                           const std::function<void()>& whenOrdered)
     : stride_(stride), grid_(grid) {
   Entries entries(records.size() / stride);
   for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -81,6 +82,7 @@ SortedPoints::SortedPoints(RawBytes records, std::size_t stride, const OutputGri
     entries[i] = {cellKey(p, level), static_cast<std::uint32_t>(i)};
   }
   sortEntries(entries, records, stride, grid);
+  if (whenOrdered) whenOrdered();
 
   records_.resize(records.size());
   keys_.resize(entries.size());

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -25,8 +26,11 @@ using RawBytes = std::vector<std::byte, Math::UninitialisedAllocator<std::byte>>
 /// Records of one octree node, ordered along the Z curve, those of one place by their bytes.
 class SortedPoints {
  public:
-  /// @param records  whole records of @p stride bytes (not checked) that lie in one node of level @p level.
-  SortedPoints(RawBytes records, std::size_t stride, const OutputGrid& grid, unsigned level);
+  /// @param records     whole records of @p stride bytes (not checked) that lie in one node of level @p
+  /// level.
+  /// @param whenOrdered  is called when the order is known, which takes about half of the time.
+  SortedPoints(RawBytes records, std::size_t stride, const OutputGrid& grid, unsigned level,
+               const std::function<void()>& whenOrdered = {});
 
   [[nodiscard]] std::size_t size() const { return keys_.size(); }
   [[nodiscard]] std::size_t stride() const { return stride_; }

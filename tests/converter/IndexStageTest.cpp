@@ -19,7 +19,8 @@ using Testing::OctreeFiles;
 
 constexpr unsigned kEdgeBits = 24;
 constexpr std::uint64_t kChunkBytes = 200 * Testing::kNumberedStride;
-constexpr Converter::IndexShares kShares{.load = 1, .sort = 1, .select = 2, .arrange = 1, .encode = 5};
+constexpr Converter::IndexShares kShares{
+    .load = 1, .order = 1, .gather = 1, .select = 1, .arrange = 1, .encode = 5};
 constexpr std::uint64_t kMuchMemory = std::uint64_t{1} << 30U;
 
 /// One cloud of numbered points, from a filled store to files.
