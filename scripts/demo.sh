@@ -19,7 +19,7 @@ run sorvik make-sample "$folder/survey.las" --points 1000000 --seed 1
 run sorvik convert "$folder/survey.las" -o "$cloud" --progress
 run sorvik info "$cloud"
 run sorvik points "$cloud" --count
-run sorvik points "$cloud" --sphere 452176,5411176,310,25 --json
+run sorvik points "$cloud" --sphere 452176,5411176,425,25 --json
 run sorvik points "$cloud" --circle 452176,5411176,25 --min-spacing 1 -o "$folder/circle.las"
 echo
 echo "The octree is in $cloud, a part of it, thinned, in $folder/circle.las."
