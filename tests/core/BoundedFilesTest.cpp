@@ -53,7 +53,7 @@ class CountingFiles final : public Core::ForwardingFileSystem {
 class BoundedFilesTest : public testing::Test {
  protected:
   std::filesystem::path write(const std::string& text) {
-    const auto path = folder_.path() / text;
+    auto path = folder_.path() / text;
     std::ofstream(path) << text;
     return path;
   }
