@@ -18,6 +18,9 @@
 namespace Converter {
 namespace {
 
+/// What finished nodes above the chunks may take of the memory.
+std::uint64_t upperBytes(const WorkOrder& order) { return order.memoryBudget / 16; }
+
 /// Takes chunks through their steps on all threads: loading as memory allows, choosing above in the order of
 /// the chunks, selecting, encoding in batches, and writing in the order of the chunks. The foremost chunk
 /// that is not yet written is always let in, so that the wait for memory ends.
@@ -31,7 +34,7 @@ class Indexer {
         statistics_(statistics),
         order_(order),
         progress_(progress),
-        upper_(plan.sampling, plan.output, store),
+        upper_(plan.sampling, plan.output, store, upperBytes(order)),
         chunks_(plan.chunks.size()),
         random_(order.shuffleSeed.value_or(0)) {}
 
@@ -101,7 +104,8 @@ class Indexer {
     if (loaded_ == chunks_.size()) return std::nullopt;
     const std::uint64_t memory = ChunkWork::memoryFor(plan_, plan_.chunks[loaded_]);
     const bool foremost = loaded_ == written_;
-    if (!foremost && (memoryInUse_ + memory > order_.memoryBudget || loaded_ - written_ > order_.threads)) {
+    if (!foremost && (memoryInUse_ + memory + upperBytes(order_) > order_.memoryBudget ||
+                      loaded_ - written_ > order_.threads)) {
       return std::nullopt;
     }
     ChunkState& chunk = chunks_[loaded_];
@@ -193,11 +197,14 @@ class Indexer {
     std::atomic<std::size_t> next{0};
     runOnThreads(order_.threads, stopToken, [&](const std::stop_token& stop) {
       for (std::size_t i = next++; i < nodes.size() && !stop.stop_requested(); i = next++) {
-        for (const TempStore::Piece& piece : store_.piecesOf(nodes[i].cell)) {
+        std::span<const std::byte> bytes = nodes[i].records;
+        if (bytes.empty()) {
+          const TempStore::Piece piece = store_.piecesOf(nodes[i].cell).front();
           records[i].resize(piece.size);
           store_.read(piece, records[i]);
+          bytes = records[i];
         }
-        encoded[i] = {nodes[i].id, nodes[i].numPoints, plan_.encoder.encode(records[i], scratch[i])};
+        encoded[i] = {nodes[i].id, nodes[i].numPoints, plan_.encoder.encode(bytes, scratch[i])};
         progress_.advance(nodes[i].numPoints * plan_.shares.encode);
       }
     });

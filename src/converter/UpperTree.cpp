@@ -1,6 +1,7 @@
 #include "converter/UpperTree.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Converter {
 
@@ -34,10 +35,18 @@ void UpperTree::open(Level& level, Octree::OctreeNodeId node) {
 
 void UpperTree::close(Level& level) {
   if (level.records.empty()) return;
-  const std::size_t cell = store_.addCells(1);
-  store_.append(cell, level.records);
-  finished_.push_back(
-      {level.node, static_cast<std::uint32_t>(level.records.size() / output_.stride()), cell});
+  const std::size_t size = level.records.size();
+  Node& node = finished_.emplace_back();
+  node.id = level.node;
+  node.numPoints = static_cast<std::uint32_t>(size / output_.stride());
+  if (kept_ + size <= mostKept_) {
+    kept_ += size;
+    level.records.shrink_to_fit();
+    node.records = std::move(level.records);
+  } else {
+    node.cell = store_.addCells(1);
+    store_.append(node.cell, level.records);
+  }
   level.records.clear();
 }
 

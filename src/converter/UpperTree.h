@@ -15,20 +15,23 @@
 namespace Converter {
 
 /// The nodes above the chunks' roots. Each chunk, in its turn along the Z curve, lets them choose from its
-/// points. Of each level one node is open at a time; the stored records of finished ones wait in the store.
+/// points. Of each level one node is open at a time; the stored records of finished ones wait in memory and,
+/// what is more than that may hold, in the store.
 /// Threads: one at a time.
 class UpperTree {
  public:
-  /// A finished node, whose records are the content of a store cell.
+  /// A finished node: its records, or none where they are the content of a store cell.
   struct Node {
     Octree::OctreeNodeId id;
     std::uint32_t numPoints = 0;
+    std::vector<std::byte> records;
     std::size_t cell = 0;
   };
 
   /// Views all that it is given.
-  UpperTree(Sampling sampling, const OutputRecords& output, TempStore& store)
-      : sampling_(sampling), output_(output), store_(store) {}
+  /// @param mostKept  bytes of records that may wait in memory.
+  UpperTree(Sampling sampling, const OutputRecords& output, TempStore& store, std::uint64_t mostKept)
+      : sampling_(sampling), output_(output), store_(store), mostKept_(mostKept) {}
 
   /// Lets all ancestors of the chunk's root choose.
   void choose(const SortedPoints& points, ChunkTree& chunk);
@@ -51,6 +54,8 @@ class UpperTree {
   Sampling sampling_;
   const OutputRecords& output_;
   TempStore& store_;
+  std::uint64_t mostKept_;
+  std::uint64_t kept_ = 0;
   std::vector<std::unique_ptr<Level>> levels_;  // from the root down
   std::vector<Node> finished_;
 };

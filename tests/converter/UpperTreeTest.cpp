@@ -35,19 +35,22 @@ class UpperTreeTest : public testing::TestWithParam<Sampling> {
   }
 
   /// The points of all nodes when nodes of no more than @p chunkPoints become chunks.
-  PlacesByNode nodesOf(const std::vector<StoredPosition>& places, std::size_t chunkPoints) {
-    Converter::UpperTree upper(GetParam(), *output_, store_);
+  PlacesByNode nodesOf(const std::vector<StoredPosition>& places, std::size_t chunkPoints,
+                       std::uint64_t mostKept = 1'000) {
+    Converter::UpperTree upper(GetParam(), *output_, store_, mostKept);
     PlacesByNode nodes;
     chunkFrom({}, places, chunkPoints, upper, nodes);
     for (const auto& node : upper.finish()) {
       finishedLevels_.push_back(node.id.level());
-      for (const auto& piece : store_.piecesOf(node.cell)) {
-        std::vector<std::byte> bytes(piece.size);
+      std::vector<std::byte> bytes = node.records;
+      if (bytes.empty()) {
+        const auto piece = store_.piecesOf(node.cell).front();
+        bytes.resize(piece.size);
         store_.read(piece, bytes);
-        for (std::size_t at = 0; at < bytes.size(); at += records_.stride) {
-          const StoredPosition p = Converter::positionOf(bytes.data() + at);
-          nodes[node.id.name()].push_back({double(p[0]), double(p[1]), double(p[2])});
-        }
+      }
+      for (std::size_t at = 0; at < bytes.size(); at += records_.stride) {
+        const StoredPosition p = Converter::positionOf(bytes.data() + at);
+        nodes[node.id.name()].push_back({double(p[0]), double(p[1]), double(p[2])});
       }
       EXPECT_EQ(nodes[node.id.name()].size(), node.numPoints);
     }
@@ -103,6 +106,14 @@ TEST_P(UpperTreeTest, NodesGetTheSamePointsForAnyCutIntoChunks) {
       EXPECT_EQ(nodesOf(places, chunkPoints), uncut) << chunkPoints;
     }
   }
+}
+
+TEST_P(UpperTreeTest, FinishedNodesGoToTheStoreOnlyWhenMemoryDoesNotDo) {
+  const auto places = Testing::treeClouds(kEdgeBits)[0];
+  const PlacesByNode kept = nodesOf(places, 60, UINT64_MAX);
+  EXPECT_EQ(store_.bytesWritten(), 0U);
+  EXPECT_EQ(nodesOf(places, 60, 0), kept);
+  EXPECT_GT(store_.bytesWritten(), 0U);
 }
 
 TEST_P(UpperTreeTest, NodesAboveChunksAreSampledAsAllOthers) {
