@@ -22,7 +22,7 @@ constexpr std::uint32_t kAlwaysReadable = std::uint32_t{1} << 26U;
 /// The bytes of a cell's buffer: what a quarter of the budget gives all threads, but no more than pays.
 std::size_t bufferBytes(const WorkOrder& order, std::size_t numCells) {
   constexpr std::uint64_t kLeast = 4 << 10U;
-  constexpr std::uint64_t kMost = 128 << 10U;
+  constexpr std::uint64_t kMost = 64 << 10U;
   const std::uint64_t share = order.memoryBudget / 4 / order.threads / numCells;
   return static_cast<std::size_t>(std::clamp(share, kLeast, kMost));
 }

@@ -105,7 +105,7 @@ class Indexer {
     const std::uint64_t memory = ChunkWork::memoryFor(plan_, plan_.chunks[loaded_]);
     const bool foremost = loaded_ == written_;
     if (!foremost && (memoryInUse_ + memory + upperBytes(order_) > order_.memoryBudget ||
-                      loaded_ - written_ > order_.threads)) {
+                      loaded_ - written_ >= order_.threads)) {
       return std::nullopt;
     }
     ChunkState& chunk = chunks_[loaded_];
