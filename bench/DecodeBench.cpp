@@ -58,7 +58,7 @@ std::span<const std::byte> bytesOf(const Node& node) { return std::as_bytes(std:
 
 std::vector<Node> encodedNodes(const Testing::PointRecords& survey, const std::vector<std::byte>& sorted,
                                PoTree::Encoding encoding) {
-  const auto encoder = Converter::makeNodeEncoder(encoding, Converter::RecordLayout(survey.attributes), 6);
+  const auto encoder = Converter::makeNodeEncoder(encoding, Converter::RecordLayout(survey.attributes));
   std::vector<Node> nodes;
   const std::size_t size = kPointsPerNode * survey.stride();
   for (std::size_t i = 0; i < kNodes; ++i) {

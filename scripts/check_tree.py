@@ -12,6 +12,7 @@ from pathlib import Path
 # What the files of a folder may include, beside their own folder. Arrows run one way.
 ARROWS = {
     "src/core": set(),
+    "src/brotli": {"core"},
     "src/math": {"core"},
     "src/graphics": {"core", "math"},
     "src/formats": {"core", "math"},
@@ -20,14 +21,14 @@ ARROWS = {
     "src/mesh": {"core", "math", "formats"},
     "src/octree": {"core", "math", "formats"},
     "src/render": {"core", "math", "graphics", "regions", "mesh", "octree"},
-    "src/converter": {"core", "math", "formats", "octree"},
+    "src/converter": {"core", "brotli", "math", "formats", "octree"},
     "src/api": {"Sorvik", "core", "math", "graphics", "formats", "sample", "regions", "mesh", "octree", "render",
                 "converter"},
     "include": {"Sorvik"},
     "apps": {"Sorvik", "sorvik"},
     "examples": {"Sorvik"},
 }
-MODULES = {"Sorvik", "api", "core", "math", "graphics", "formats", "sample", "regions", "mesh", "octree", "render",
+MODULES = {"Sorvik", "api", "brotli", "core", "math", "graphics", "formats", "sample", "regions", "mesh", "octree", "render",
            "converter"}
 # Of the octree the converter knows the node ids and the metadata only.
 CONVERTER_MAY_INCLUDE = {"octree/OctreeNodeId.h", "octree/potree/MetaData.h"}

@@ -68,8 +68,12 @@ enum class ConversionStage : std::int32_t {
 /// How node data are stored.
 enum class ConverterEncoding : std::int32_t { Brotli, Uncompressed };
 
-/// How hard brotli data are compressed: time against size.
-enum class ConverterCompression : std::int32_t { Fast, Default, Small };
+/// How brotli data are compressed. All are read by every reader of the format.
+enum class ConverterCompression : std::int32_t {
+  Fast,     ///< the same as Default
+  Default,  ///< by what columns of points have in common
+  Small     ///< by a general search: many times slower, smaller only where values repeat as in other data
+};
 
 /// How the points of an inner node are chosen.
 enum class ConverterSampling : std::int32_t {

@@ -47,25 +47,14 @@ std::filesystem::path pathOf(const std::wstring& text) { return {::Core::utf8Fro
 
 ConversionState publicState(::Core::JobState state) { return static_cast<ConversionState>(state); }
 
-/// Quality of the brotli format's usual encoder.
-int brotliQuality(ConverterCompression compression) {
-  switch (compression) {
-    case ConverterCompression::Fast:
-      return 2;
-    case ConverterCompression::Small:
-      return 9;
-    case ConverterCompression::Default:
-      break;
-  }
-  return ::Converter::ConversionSettings().brotliQuality;
-}
-
 ::Converter::ConverterOptions engineOptions(const ConverterOptions& options) {
   ::Converter::ConverterOptions engine;
   engine.conversion.encoding = options.encoding == ConverterEncoding::Brotli
                                    ? ::PoTree::Encoding::Brotli
                                    : ::PoTree::Encoding::Uncompressed;
-  engine.conversion.brotliQuality = brotliQuality(options.compression);
+  engine.conversion.compression = options.compression == ConverterCompression::Small
+                                      ? ::Converter::NodeCompression::Search
+                                      : ::Converter::NodeCompression::Columns;
   engine.conversion.sampling = options.sampling == ConverterSampling::Random ? ::Converter::Sampling::Random
                                                                              : ::Converter::Sampling::Poisson;
   engine.conversion.scale = options.scale;

@@ -174,8 +174,8 @@ class Conversion {
     metaData.attributes.front().max.assign(box.maximum.coordinates, box.maximum.coordinates + 3);
 
     const auto encoder =
-        makeNodeEncoder(metaData.encoding, RecordLayout(metaData.attributes), settings_.brotliQuality);
-    const OctreeWriterOptions writing{settings_.brotliQuality, PoTree::MetaDataUse::Main};
+        makeNodeEncoder(metaData.encoding, RecordLayout(metaData.attributes), settings_.compression);
+    const OctreeWriterOptions writing{settings_.compression, PoTree::MetaDataUse::Main};
     OctreeWriter writer =
         withRole(FileRole::Output, [&] { return OctreeWriter(files_, folders_.output, metaData, writing); });
     const std::size_t leafPoints =

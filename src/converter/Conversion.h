@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "converter/NodeEncoder.h"
 #include "converter/Progress.h"
 #include "converter/ScanReader.h"
 #include "core/FileSystem.h"
@@ -37,7 +38,7 @@ struct TreeConstants {
 struct ConversionSettings {
   std::string name;  ///< of the cloud, for the metadata
   PoTree::Encoding encoding = PoTree::Encoding::Brotli;
-  int brotliQuality = 5;
+  NodeCompression compression = NodeCompression::Columns;
   Sampling sampling = Sampling::Poisson;
   std::optional<double> scale;     ///< of stored coordinates, in world units; nothing: chosen from the inputs
   std::uint64_t memoryBudget = 0;  ///< bytes; 0: half of the usable memory, at most 4 GiB; at least 512 MiB

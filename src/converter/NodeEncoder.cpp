@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <numeric>
 #include <stdexcept>
 
+#include "brotli/ColumnEncoder.h"
 #include "converter/LittleEndian.h"
 #include "converter/MortonCode.h"
 #include "core/Brotli.h"
@@ -79,20 +81,60 @@ class UncompressedEncoder final : public NodeEncoder {
   }
 };
 
-class BrotliEncoder final : public NodeEncoder {
+/// libbrotli on the blocks.
+class SearchEncoder final : public NodeEncoder {
  public:
-  BrotliEncoder(RecordLayout layout, int quality) : layout_(std::move(layout)), quality_(quality) {}
+  explicit SearchEncoder(RecordLayout layout) : layout_(std::move(layout)) {}
 
   [[nodiscard]] std::span<const std::byte> encode(std::span<const std::byte> records,
                                                   std::string& scratch) const override {
+    constexpr int kQuality = 9;
     if (records.empty()) return {};
-    scratch = Core::brotliEncode(attributeBlocks(records, layout_), quality_);
+    scratch = Core::brotliEncode(attributeBlocks(records, layout_), kQuality);
     return std::as_bytes(std::span(scratch));
   }
 
  private:
   RecordLayout layout_;
-  int quality_;
+};
+
+/// Our own encoder on the blocks. Its memory is kept: there are as many as calls were ever under way
+/// together.
+class ColumnsEncoder final : public NodeEncoder {
+ public:
+  explicit ColumnsEncoder(RecordLayout layout) : layout_(std::move(layout)) {
+    for (const RecordColumn& column : layout_.columns) strides_.push_back(column.encodedSize());
+  }
+
+  [[nodiscard]] std::span<const std::byte> encode(std::span<const std::byte> records,
+                                                  std::string& scratch) const override {
+    if (records.empty()) return {};
+    std::unique_ptr<Brotli::ColumnEncoder> encoder = take();
+    const std::vector<std::byte> blocks = attributeBlocks(records, layout_);
+    const std::span<const std::byte> bytes =
+        encoder->encode(blocks, records.size() / layout_.stride, strides_);
+    scratch.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    giveBack(std::move(encoder));
+    return std::as_bytes(std::span(scratch));
+  }
+
+ private:
+  std::unique_ptr<Brotli::ColumnEncoder> take() const {
+    const std::lock_guard lock(mutex_);
+    if (idle_.empty()) return std::make_unique<Brotli::ColumnEncoder>();
+    std::unique_ptr<Brotli::ColumnEncoder> encoder = std::move(idle_.back());
+    idle_.pop_back();
+    return encoder;
+  }
+  void giveBack(std::unique_ptr<Brotli::ColumnEncoder> encoder) const {
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(encoder));
+  }
+
+  RecordLayout layout_;
+  std::vector<std::size_t> strides_;
+  mutable std::mutex mutex_;
+  mutable std::vector<std::unique_ptr<Brotli::ColumnEncoder>> idle_;  // guarded by mutex_
 };
 
 }  // namespace
@@ -109,9 +151,10 @@ std::vector<std::byte> attributeBlocks(std::span<const std::byte> records, const
 }
 
 std::unique_ptr<NodeEncoder> makeNodeEncoder(PoTree::Encoding encoding, RecordLayout layout,
-                                             int brotliQuality) {
+                                             NodeCompression compression) {
   if (encoding == PoTree::Encoding::Uncompressed) return std::make_unique<UncompressedEncoder>();
-  return std::make_unique<BrotliEncoder>(std::move(layout), brotliQuality);
+  if (compression == NodeCompression::Search) return std::make_unique<SearchEncoder>(std::move(layout));
+  return std::make_unique<ColumnsEncoder>(std::move(layout));
 }
 
 }  // namespace Converter

@@ -25,9 +25,14 @@ class NodeEncoder {
                                                           std::string& scratch) const = 0;
 };
 
-/// @param brotliQuality  0 to 11 (not checked); of no meaning to uncompressed data.
-[[nodiscard]] std::unique_ptr<NodeEncoder> makeNodeEncoder(PoTree::Encoding encoding, RecordLayout layout,
-                                                           int brotliQuality);
+/// How brotli nodes are compressed; of no meaning to uncompressed data.
+enum class NodeCompression {
+  Columns,  ///< by what columns of points have in common (Brotli::ColumnEncoder)
+  Search    ///< by a general search for matches: libbrotli at quality 9
+};
+
+[[nodiscard]] std::unique_ptr<NodeEncoder> makeNodeEncoder(
+    PoTree::Encoding encoding, RecordLayout layout, NodeCompression compression = NodeCompression::Columns);
 
 /// The content of a brotli node before compression: one block an attribute, in list order, positions and
 /// colours as Morton codes. Points are ordered by position code, equal ones as they came; without positions

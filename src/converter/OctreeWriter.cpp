@@ -22,14 +22,9 @@ namespace {
 // Viewers read counts as signed 32-bit numbers.
 constexpr std::size_t kMostPointsPerNode = std::numeric_limits<std::int32_t>::max();
 
-constexpr int kBestBrotliQuality = 11;
 
 PoTree::MetaData checked(PoTree::MetaData metaData, const OctreeWriterOptions& options) {
   checkWritable(metaData, options.use);
-  if (options.brotliQuality < 0 || options.brotliQuality > kBestBrotliQuality) {
-    throw std::invalid_argument("brotli quality: expected 0 to 11, found " +
-                                std::to_string(options.brotliQuality));
-  }
   return metaData;
 }
 
@@ -51,7 +46,7 @@ OctreeWriter::OctreeWriter(Core::FileSystem& files, const std::filesystem::path&
       options_(options),
       metaData_(checked(std::move(metaData), options)),
       layout_(metaData_.attributes),
-      encoder_(makeNodeEncoder(metaData_.encoding, layout_, options.brotliQuality)) {
+      encoder_(makeNodeEncoder(metaData_.encoding, layout_, options.compression)) {
   files_.createDirectories(folder);
   for (const std::string_view name : {kMetaDataFile, kHierarchyFile}) {
     if (std::filesystem::exists(folder / name)) {

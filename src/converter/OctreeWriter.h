@@ -18,7 +18,7 @@
 namespace Converter {
 
 struct OctreeWriterOptions {
-  int brotliQuality = 6;  ///< 0 (fast) to 11 (small); of no meaning to uncompressed octrees
+  NodeCompression compression = NodeCompression::Columns;
   /// ExternalAttributes lets the attribute list go without "position". Points of such an octree must come in
   /// the order in which the main octree stores them.
   PoTree::MetaDataUse use = PoTree::MetaDataUse::Main;
@@ -51,7 +51,7 @@ class OctreeWriter {
   /// @param files     must outlive the writer.
   /// @param metaData  what finish() writes, except for version, points, firstChunkSize and the hierarchy's
   ///                  depth, which the writer knows itself. Minima, maxima and histograms are the caller's.
-  /// @throws std::invalid_argument for metadata that checkWritable() refuses or a quality out of range;
+  /// @throws std::invalid_argument for metadata that checkWritable() refuses;
   ///         std::runtime_error naming the path when one of the three files exists or cannot be made.
   OctreeWriter(Core::FileSystem& files, const std::filesystem::path& folder, PoTree::MetaData metaData,
                const OctreeWriterOptions& options = {});

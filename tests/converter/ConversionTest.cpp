@@ -66,7 +66,6 @@ TEST(Conversion, KeepsEveryPointInBrotliNodes) {
   const ScanContent content = clusteredScan(5'000, 2);
   auto settings = smallSettings();
   settings.encoding = PoTree::Encoding::Brotli;
-  settings.brotliQuality = 1;
   ConversionRun run;
   const auto report = run.convert(scansOf({content}), settings);
   const WrittenOctree octree = run.octree();

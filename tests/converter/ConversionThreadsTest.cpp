@@ -35,7 +35,6 @@ TEST(ConversionThreads, PointsAreMeasuredAndCompressedOnManyThreads) {
   content.statedBox = Math::NBoundingBox<double, 3>{};
   auto settings = smallSettings();
   settings.encoding = PoTree::Encoding::Brotli;
-  settings.brotliQuality = 1;
   settings.threads = 6;
   ConversionRun run;
   EXPECT_EQ(run.convert(scansOf({content}), settings).numPoints, 2'000);

@@ -95,13 +95,13 @@ TEST_F(ConverterJob, TakesNoInputOnceItHasStartedAndNoEmptyList) {
 
 TEST_F(ConverterJob, HandsItsOptionsOn) {
   ConverterOptions options;
-  options.conversion.brotliQuality = 9;
+  options.conversion.compression = Converter::NodeCompression::Search;
   options.overwrite = true;
   options.temporaryFolder = "/elsewhere";
   options.allowTruncated = true;
   Converter::Converter job = converter(options);
   job.run();
-  EXPECT_EQ(engine.settings.brotliQuality, 9);
+  EXPECT_EQ(engine.settings.compression, Converter::NodeCompression::Search);
   EXPECT_EQ(engine.settings.name, "out");
   EXPECT_TRUE(engine.placeOptions.overwrite);
   EXPECT_THAT(engine.placeOptions.inputs, ElementsAre(a, b));

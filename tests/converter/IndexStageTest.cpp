@@ -37,7 +37,7 @@ class Indexing {
     metaData_.boundingBox = {{{0, 0, 0}}, Math::Point<double, 3>::filled(std::exp2(kEdgeBits))};
     metaData_.encoding = PoTree::Encoding::Uncompressed;
     metaData_.attributes = output_->attributes();
-    encoder_ = makeNodeEncoder(metaData_.encoding, Converter::RecordLayout(metaData_.attributes), 1);
+    encoder_ = makeNodeEncoder(metaData_.encoding, Converter::RecordLayout(metaData_.attributes));
     fillStore(places);
   }
 

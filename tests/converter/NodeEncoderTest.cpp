@@ -54,7 +54,7 @@ TEST(MortonCode, KnowsWhichHighHalvesReadersSee) {
 
 TEST(NodeEncoder, PassesUncompressedRecordsThrough) {
   const RecordLayout layout(plainMetaData().attributes);
-  const auto encoder = Converter::makeNodeEncoder(PoTree::Encoding::Uncompressed, layout, 6);
+  const auto encoder = Converter::makeNodeEncoder(PoTree::Encoding::Uncompressed, layout);
   const auto records = plainRecords({{3, 2, 1}, {0, 0, 0}});
   std::string scratch;
   const std::span<const std::byte> bytes = encoder->encode(records, scratch);
@@ -93,7 +93,7 @@ TEST(NodeEncoder, KeepsTheOrderOfRecordsWithoutPositions) {
 
 TEST(NodeEncoder, CompressesTheBlocksAsOneBrotliStream) {
   const RecordLayout layout(plainMetaData().attributes);
-  const auto encoder = Converter::makeNodeEncoder(PoTree::Encoding::Brotli, layout, 6);
+  const auto encoder = Converter::makeNodeEncoder(PoTree::Encoding::Brotli, layout);
   const auto records = plainRecords({{7, 8, 9}, {1, 2, 3}});
   std::string scratch;
   const std::span<const std::byte> bytes = encoder->encode(records, scratch);
@@ -107,9 +107,9 @@ TEST(NodeEncoder, CompressesTheBlocksAsOneBrotliStream) {
 TEST(NodeEncoder, MakesNoBytesOfNoRecords) {
   const RecordLayout layout(plainMetaData().attributes);
   std::string scratch;
-  EXPECT_TRUE(Converter::makeNodeEncoder(PoTree::Encoding::Brotli, layout, 6)->encode({}, scratch).empty());
+  EXPECT_TRUE(Converter::makeNodeEncoder(PoTree::Encoding::Brotli, layout)->encode({}, scratch).empty());
   EXPECT_TRUE(
-      Converter::makeNodeEncoder(PoTree::Encoding::Uncompressed, layout, 6)->encode({}, scratch).empty());
+      Converter::makeNodeEncoder(PoTree::Encoding::Uncompressed, layout)->encode({}, scratch).empty());
 }
 
 TEST(NodeEncoder, RefusesBrotliPositionsThatReadersWouldNotFindAgain) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <map>
 
 #include "converter/OctreeWriter.h"
 #include "converter/WrittenOctree.h"
@@ -169,26 +170,27 @@ TEST_F(OctreeWriter, WritesAnEmptyOctreeAsARootWithoutPoints) {
   EXPECT_EQ(octree.nodes.at("r"), (Testing::HierarchyRecord{1, 0, 0, 0, 0}));
 }
 
-TEST_F(OctreeWriter, WritesASmallerFileAtAHigherQuality) {
+TEST_F(OctreeWriter, CompressesAsItsOptionsSay) {
   std::vector<std::array<std::int32_t, 3>> positions;
   for (std::int32_t i = 0; i < 5000; ++i) positions.push_back({i * 7 % 1000, i * 13 % 1000, i % 50});
-  for (const int quality : {0, 9}) {
+  std::map<Converter::NodeCompression, std::string> nodes;
+  for (const auto compression : {Converter::NodeCompression::Columns, Converter::NodeCompression::Search}) {
+    const fs::path folder = folder_.path() / std::to_string(static_cast<int>(compression));
     Converter::OctreeWriterOptions options;
-    options.brotliQuality = quality;
-    Converter::OctreeWriter writer(files_, folder_.path() / std::to_string(quality),
-                                   plainMetaData(Encoding::Brotli), options);
+    options.compression = compression;
+    Converter::OctreeWriter writer(files_, folder, plainMetaData(Encoding::Brotli), options);
     writer.addNode(nodeNamed("r"), plainRecords(positions));
     writer.finish();
+    nodes[compression] = WrittenOctree(folder).data;
   }
-  EXPECT_LT(fs::file_size(folder_.path() / "9" / "octree.bin"),
-            fs::file_size(folder_.path() / "0" / "octree.bin"));
+  EXPECT_NE(nodes[Converter::NodeCompression::Columns], nodes[Converter::NodeCompression::Search]);
 }
 
 TEST_F(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
   Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
-                                 {6, PoTree::MetaDataUse::ExternalAttributes});
+                                 {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
   writer.addNode(nodeNamed("r"), std::vector{std::byte{1}, std::byte{0}});
   writer.finish();
   EXPECT_EQ(WrittenOctree(folder_.path() / "out").data, std::string("\1\0", 2));
@@ -227,7 +229,7 @@ TEST_F(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
   Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
-                                 {6, PoTree::MetaDataUse::ExternalAttributes});
+                                 {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
   constexpr std::size_t kTooMany = std::size_t{1} << 31U;
   const auto untouched = std::make_unique_for_overwrite<std::byte[]>(kTooMany);
   EXPECT_THAT(
@@ -242,14 +244,6 @@ TEST_F(OctreeWriter, CannotBeUsedAfterFinish) {
   writer.finish();
   EXPECT_THROW(writer.addNode(nodeNamed("r"), plainRecords(kThreePoints)), std::logic_error);
   EXPECT_THROW(writer.finish(), std::logic_error);
-}
-
-TEST_F(OctreeWriter, RefusesAQualityThatBrotliDoesNotHave) {
-  EXPECT_THROW(Converter::OctreeWriter(files_, folder_.path() / "out", plainMetaData(), {12}),
-               std::invalid_argument);
-  EXPECT_THROW(Converter::OctreeWriter(files_, folder_.path() / "out", plainMetaData(), {-1}),
-               std::invalid_argument);
-  EXPECT_FALSE(fs::exists(folder_.path() / "out"));
 }
 
 TEST_F(OctreeWriter, MakesMissingParentsOfItsFolder) {

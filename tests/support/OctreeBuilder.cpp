@@ -207,10 +207,8 @@ PoTree::MetaData describe(const PointRecords& points, PoTree::Encoding encoding,
 
 void buildOctree(const PointRecords& points, PoTree::Encoding encoding, const std::filesystem::path& folder,
                  const BuildOptions& options) {
-  Converter::OctreeWriterOptions writerOptions;
-  writerOptions.brotliQuality = options.brotliQuality;
   Core::DiskFileSystem files(Core::DiskFileSystem::Sync::No);
-  Converter::OctreeWriter writer(files, folder, describe(points, encoding, options), writerOptions);
+  Converter::OctreeWriter writer(files, folder, describe(points, encoding, options));
   Builder(points, options, writer).build();
   writer.finish();
 }

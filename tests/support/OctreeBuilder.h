@@ -11,7 +11,6 @@ namespace Testing {
 struct BuildOptions {
   std::size_t leafPoints = 10'000;  ///< a node of no more points is a leaf
   unsigned gridBits = 7;  ///< an inner node keeps one point in each cell of a grid of 2^gridBits a side
-  int brotliQuality = 6;
 };
 
 /// The metadata of an octree of @p points whose cube starts at their offset and is a power of two of steps
