@@ -42,7 +42,7 @@ TEST_F(MakeSample, RefusesACallThatMeansNothing) {
     EXPECT_THAT(result.err, HasSubstr(why));
   };
   refuses({"make-sample"}, "FILE is required");
-  refuses({"make-sample", path("a.txt")}, "FILE: cannot write .txt files: use .las, .ply or .csv");
+  refuses({"make-sample", path("a.txt")}, "FILE: cannot write .txt files: use .las, .laz, .ply or .csv");
   refuses({"make-sample", path("a.las"), "--points", "-1"}, "--points: '-1' is not a whole number");
   refuses({"make-sample", path("a.las"), "--points", "1e6"}, "--points: '1e6' is not a whole number");
   refuses({"make-sample", path("a.las"), "--points", "1000000000001"},
