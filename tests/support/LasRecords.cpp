@@ -1,6 +1,7 @@
 #include "support/LasRecords.h"
 
 #include <array>
+#include <cstring>
 #include <random>
 
 #include "support/LasFile.h"
@@ -34,8 +35,9 @@ class Scanner {
 
  private:
   [[nodiscard]] bool isExtended() const { return kind_.pointFormat >= kFirstExtendedFormat; }
+  unsigned any() { return static_cast<unsigned>(random_()); }
   /// One in @p n times.
-  bool rarely(unsigned n) { return random_() % n == 0; }
+  bool rarely(unsigned n) { return any() % n == 0; }
   template <class T>
   T get(std::size_t offset) const {
     T value;
@@ -44,15 +46,15 @@ class Scanner {
   }
   template <class T>
   void add(std::size_t offset, unsigned most) {
-    put(record_, offset, static_cast<T>(get<T>(offset) + random_() % most));
+    put(record_, offset, static_cast<T>(get<T>(offset) + any() % most));
   }
 
   void beginPulse() {
     returnNumber_ = 0;
-    numReturns_ = rarely(3) ? 1 + random_() % (isExtended() ? 15 : 5) : 1;
-    if (rarely(40)) edgeAndDirection_ = random_() % 4;
-    if (rarely(30)) sequence_ = random_() % times_.size();
-    times_[sequence_] += rarely(500) ? 3000.0 : rarely(50) ? 0.01 : 1.25e-5 * (1 + random_() % 3);
+    numReturns_ = rarely(3) ? 1 + any() % (isExtended() ? 15 : 5) : 1;
+    if (rarely(40)) edgeAndDirection_ = any() % 4;
+    if (rarely(30)) sequence_ = any() % times_.size();
+    times_[sequence_] += rarely(500) ? 3000.0 : rarely(50) ? 0.01 : 1.25e-5 * (1 + any() % 3);
     if (kTimeOffsets[kind_.pointFormat] != 0)
       put(record_, kTimeOffsets[kind_.pointFormat], times_[sequence_]);
   }
@@ -60,26 +62,26 @@ class Scanner {
   void move() {
     const bool jumps = rarely(300);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-      const auto step = static_cast<std::uint32_t>(jumps ? random_() : random_() % 40 - 10);
+      const auto step = static_cast<std::uint32_t>(jumps ? any() : any() % 40 - 10);
       put(record_, 4 * axis, get<std::uint32_t>(4 * axis) + step);
     }
-    put(record_, 12, static_cast<std::uint16_t>(1000 / returnNumber_ + random_() % 60));
+    put(record_, 12, static_cast<std::uint16_t>(1000 / returnNumber_ + any() % 60));
   }
 
   void changeAttributes() {
     if (isExtended()) {
-      if (rarely(10)) channel_ = random_() % 4;
-      if (rarely(100)) flags_ = random_() % 16;
+      if (rarely(10)) channel_ = any() % 4;
+      if (rarely(100)) flags_ = any() % 16;
       put(record_, 15, static_cast<std::uint8_t>(edgeAndDirection_ << 6U | channel_ << 4U | flags_));
-      if (rarely(20)) put(record_, 16, static_cast<std::uint8_t>(random_()));
-      if (rarely(200)) put(record_, 17, static_cast<std::uint8_t>(random_()));
+      if (rarely(20)) put(record_, 16, static_cast<std::uint8_t>(any()));
+      if (rarely(200)) put(record_, 17, static_cast<std::uint8_t>(any()));
       if (rarely(4)) add<std::uint16_t>(18, 100);
-      if (rarely(500)) put(record_, 20, static_cast<std::uint16_t>(random_()));
+      if (rarely(500)) put(record_, 20, static_cast<std::uint16_t>(any()));
     } else {
-      if (rarely(20)) put(record_, 15, static_cast<std::uint8_t>(random_()));
+      if (rarely(20)) put(record_, 15, static_cast<std::uint8_t>(any()));
       if (rarely(10)) add<std::uint8_t>(16, 3);
-      if (rarely(200)) put(record_, 17, static_cast<std::uint8_t>(random_()));
-      if (rarely(500)) put(record_, 18, static_cast<std::uint16_t>(random_()));
+      if (rarely(200)) put(record_, 17, static_cast<std::uint8_t>(any()));
+      if (rarely(500)) put(record_, 18, static_cast<std::uint16_t>(any()));
     }
     if (kColorOffsets[kind_.pointFormat] != 0) changeColor(kColorOffsets[kind_.pointFormat]);
     for (std::size_t i = kFormatLengths[kind_.pointFormat]; i < record_.size(); ++i) {
@@ -90,7 +92,7 @@ class Scanner {
   void changeColor(std::size_t offset) {
     const std::size_t end = kind_.pointFormat == 8 ? offset + 8 : offset + 6;
     const bool isGrey = rarely(4);
-    const auto grey = static_cast<std::uint16_t>(random_());
+    const auto grey = static_cast<std::uint16_t>(any());
     for (std::size_t at = offset; at < end; at += 2) {
       if (isGrey) put(record_, at, grey);
       if (rarely(2)) add<std::uint16_t>(at, 700);

@@ -6,7 +6,7 @@
 
 #include "core/LittleEndian.h"
 #include "formats/laz/GpsTimeEncoder.h"
-#include "formats/laz/LayeredItems.h"
+#include "formats/laz/LayeredItemEncoders.h"
 #include "formats/laz/Point10Encoder.h"
 #include "formats/laz/Point14Encoder.h"
 #include "formats/laz/RecordFields.h"
@@ -58,7 +58,7 @@ class ByteEncoder {
  public:
   explicit ByteEncoder(std::size_t count) : models_(count) {}
 
-  void encode(const std::byte* bytes, const std::byte* last, ArithmeticEncoder& stream) {
+  void encode(const std::byte* bytes, const std::byte* last, RangeEncoder& stream) {
     stream.makeRoom(models_.size());
     for (std::size_t i = 0; i < models_.size(); ++i) {
       stream.encode(models_[i], (byteAt(bytes, i) - byteAt(last, i)) & 0xFFU);
@@ -78,7 +78,7 @@ std::vector<std::byte> encodePointWise(const LazVlr& vlr, std::span<const std::b
                           items.gpsTime == 0 ? 0 : timeAt(last + items.gpsTime));
   RgbEncoder colors;
   ByteEncoder extraBytes(items.numExtraBytes);
-  ArithmeticEncoder stream;
+  RangeEncoder stream;
   for (std::size_t at = length; at < records.size(); at += length) {
     const std::byte* const record = records.data() + at;
     points.encode(record, last, stream);
@@ -178,7 +178,7 @@ std::vector<std::byte> encodeChunkTable(std::span<const std::size_t> chunkSizes)
   putWord(table, kVersion);
   putWord(table, chunkSizes.size());
   if (chunkSizes.empty()) return table;
-  ArithmeticEncoder stream;
+  RangeEncoder stream;
   IntegerEncoder numbers(32, kContexts);
   std::int32_t last = 0;
   for (const std::size_t size : chunkSizes) {

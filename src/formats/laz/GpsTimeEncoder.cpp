@@ -57,7 +57,7 @@ GpsTimeEncoder::GpsTimeEncoder(Unchanged unchanged, std::uint64_t firstTime)
   sequences_[0].time = firstTime;
 }
 
-void GpsTimeEncoder::encode(std::uint64_t time, ArithmeticEncoder& stream) {
+void GpsTimeEncoder::encode(std::uint64_t time, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const std::uint32_t steps = stepsToReaching(time);
   if (steps == kSequences) return encodeNewTime(time, stream);
@@ -92,7 +92,7 @@ std::uint32_t GpsTimeEncoder::stepsToReaching(std::uint64_t time) const {
 }
 
 /// That the sequence so many steps from here is the current one from now on; 0: a new one.
-void GpsTimeEncoder::encodeSwitch(std::uint32_t steps, ArithmeticEncoder& stream) {
+void GpsTimeEncoder::encodeSwitch(std::uint32_t steps, RangeEncoder& stream) {
   if (sequences_[current_].difference == 0) {
     stream.encode(first_, 1 + codesForUnchanged_ + steps);
   } else {
@@ -100,7 +100,7 @@ void GpsTimeEncoder::encodeSwitch(std::uint32_t steps, ArithmeticEncoder& stream
   }
 }
 
-void GpsTimeEncoder::encodeNewTime(std::uint64_t time, ArithmeticEncoder& stream) {
+void GpsTimeEncoder::encodeNewTime(std::uint64_t time, RangeEncoder& stream) {
   encodeSwitch(0, stream);
   numbers_.encode(highWord(sequences_[current_].time), highWord(time), kHighWord, stream);
   stream.encodeBits(32, static_cast<std::uint32_t>(time));
@@ -109,8 +109,7 @@ void GpsTimeEncoder::encodeNewTime(std::uint64_t time, ArithmeticEncoder& stream
   current_ = newest_;
 }
 
-void GpsTimeEncoder::encodeDifference(Sequence& sequence, std::int32_t difference,
-                                      ArithmeticEncoder& stream) {
+void GpsTimeEncoder::encodeDifference(Sequence& sequence, std::int32_t difference, RangeEncoder& stream) {
   if (sequence.difference != 0) return encodeMultiple(sequence, difference, stream);
   stream.encode(first_, codesForUnchanged_);
   numbers_.encode(0, difference, kFirstDifference, stream);
@@ -118,7 +117,7 @@ void GpsTimeEncoder::encodeDifference(Sequence& sequence, std::int32_t differenc
   sequence.outliers = 0;
 }
 
-void GpsTimeEncoder::encodeMultiple(Sequence& sequence, std::int32_t difference, ArithmeticEncoder& stream) {
+void GpsTimeEncoder::encodeMultiple(Sequence& sequence, std::int32_t difference, RangeEncoder& stream) {
   const std::int32_t times = timesOf(difference, sequence.difference);
   const std::int32_t code = times >= 0 ? times : kMostTimes - times;
   stream.encode(multiple_, static_cast<std::size_t>(code));

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "formats/laz/ArithmeticEncoder.h"
 #include "formats/laz/IntegerEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 
 namespace Formats::Laz {
 
@@ -22,7 +22,7 @@ class GpsTimeEncoder {
 
   GpsTimeEncoder(Unchanged unchanged, std::uint64_t firstTime);
 
-  void encode(std::uint64_t time, ArithmeticEncoder& stream);
+  void encode(std::uint64_t time, RangeEncoder& stream);
 
  private:
   static constexpr std::uint32_t kSequences = 4;
@@ -34,10 +34,10 @@ class GpsTimeEncoder {
 
   static bool reaches(const Sequence& sequence, std::uint64_t time);
   [[nodiscard]] std::uint32_t stepsToReaching(std::uint64_t time) const;
-  void encodeSwitch(std::uint32_t steps, ArithmeticEncoder& stream);
-  void encodeNewTime(std::uint64_t time, ArithmeticEncoder& stream);
-  void encodeDifference(Sequence& sequence, std::int32_t difference, ArithmeticEncoder& stream);
-  void encodeMultiple(Sequence& sequence, std::int32_t difference, ArithmeticEncoder& stream);
+  void encodeSwitch(std::uint32_t steps, RangeEncoder& stream);
+  void encodeNewTime(std::uint64_t time, RangeEncoder& stream);
+  void encodeDifference(Sequence& sequence, std::int32_t difference, RangeEncoder& stream);
+  void encodeMultiple(Sequence& sequence, std::int32_t difference, RangeEncoder& stream);
 
   std::uint32_t codesForUnchanged_;  // 0 or 1
   SymbolModel<6> first_;             // codes in a sequence without a usual difference

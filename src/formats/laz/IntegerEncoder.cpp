@@ -13,7 +13,7 @@ IntegerEncoder::IntegerEncoder(unsigned bits, std::size_t contexts) : unusedBits
 }
 
 std::uint32_t IntegerEncoder::encode(std::int32_t predicted, std::int32_t real, std::size_t context,
-                                     ArithmeticEncoder& stream) {
+                                     RangeEncoder& stream) {
   const std::uint32_t wrapped = (static_cast<std::uint32_t>(real) - static_cast<std::uint32_t>(predicted))
                                 << unusedBits_;
   const std::int32_t correction = static_cast<std::int32_t>(wrapped) >> unusedBits_;

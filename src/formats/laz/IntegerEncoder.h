@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "formats/laz/ArithmeticEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 
 namespace Formats::Laz {
 
@@ -21,8 +21,7 @@ class IntegerEncoder {
   IntegerEncoder(unsigned bits, std::size_t contexts);
 
   /// @return the correction's class, 0 to bits: the binary digits that it takes.
-  std::uint32_t encode(std::int32_t predicted, std::int32_t real, std::size_t context,
-                       ArithmeticEncoder& stream);
+  std::uint32_t encode(std::int32_t predicted, std::int32_t real, std::size_t context, RangeEncoder& stream);
 
  private:
   static constexpr unsigned kHighBits = 8;  // of a correction that are modelled

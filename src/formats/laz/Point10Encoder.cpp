@@ -43,7 +43,7 @@ Point10Encoder::Point10Encoder()
       ys_(32, kYContexts),
       zs_(32, kZContexts) {}
 
-void Point10Encoder::encode(const std::byte* record, const std::byte* last, ArithmeticEncoder& stream) {
+void Point10Encoder::encode(const std::byte* record, const std::byte* last, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const unsigned returns = byteAt(record, kReturns);
   const std::size_t context = kReturnMap10[numReturnsOf(returns)][returnNumberOf(returns)];
@@ -61,7 +61,7 @@ void Point10Encoder::encode(const std::byte* record, const std::byte* last, Arit
 }
 
 void Point10Encoder::encodeAttributes(unsigned changed, std::size_t returnContext, const std::byte* record,
-                                      const std::byte* last, ArithmeticEncoder& stream) {
+                                      const std::byte* last, RangeEncoder& stream) {
   if ((changed & kReturnsChanged) != 0) {
     stream.encode(returns_[byteAt(last, kReturns)], byteAt(record, kReturns));
   }
@@ -86,7 +86,7 @@ void Point10Encoder::encodeAttributes(unsigned changed, std::size_t returnContex
 }
 
 void Point10Encoder::encodePosition(std::size_t returnContext, const std::byte* record, const std::byte* last,
-                                    ArithmeticEncoder& stream) {
+                                    RangeEncoder& stream) {
   const unsigned returns = byteAt(record, kReturns);
   const std::size_t single = numReturnsOf(returns) == 1 ? 1 : 0;
   const std::int32_t xStep = wrappedDifference(xOf(record), xOf(last));

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "formats/laz/ArithmeticEncoder.h"
 #include "formats/laz/IntegerEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 #include "formats/laz/StreamingMedian.h"
 
 namespace Formats::Laz {
@@ -19,7 +19,7 @@ class Point10Encoder {
   Point10Encoder();
 
   /// @param last  the record before.
-  void encode(const std::byte* record, const std::byte* last, ArithmeticEncoder& stream);
+  void encode(const std::byte* record, const std::byte* last, RangeEncoder& stream);
 
  private:
   static constexpr std::size_t kReturnContexts = 16;
@@ -28,9 +28,9 @@ class Point10Encoder {
   using ByteModels = std::vector<ByteModel>;  // one for each value of the byte before
 
   void encodeAttributes(unsigned changed, std::size_t returnContext, const std::byte* record,
-                        const std::byte* last, ArithmeticEncoder& stream);
+                        const std::byte* last, RangeEncoder& stream);
   void encodePosition(std::size_t returnContext, const std::byte* record, const std::byte* last,
-                      ArithmeticEncoder& stream);
+                      RangeEncoder& stream);
 
   SymbolModel<64> changed_;
   ByteModels returns_;

@@ -150,13 +150,13 @@ std::span<const std::byte> Point14Encoder::finish(std::size_t layer) {
 }
 
 /// With room for a number.
-inline ArithmeticEncoder& Point14Encoder::streamOf(Layer layer) {
+inline RangeEncoder& Point14Encoder::streamOf(Layer layer) {
   layers_[layer].makeRoom(IntegerEncoder::kWrites);
   return layers_[layer];
 }
 
 std::size_t Point14Encoder::encode(const std::byte* record) {
-  ArithmeticEncoder& stream = layers_[kPosition];
+  RangeEncoder& stream = layers_[kPosition];
   stream.makeRoom(kPositionWrites);
   Channel& before = *channels_[current_];
   const Returns lastReturns(before.last, before.timeChanged != 0);
@@ -179,7 +179,7 @@ std::size_t Point14Encoder::encode(const std::byte* record) {
 }
 
 void Point14Encoder::encodeReturns(const Returns& returns, const std::byte* last, Channel& channel) {
-  ArithmeticEncoder& stream = layers_[kPosition];
+  RangeEncoder& stream = layers_[kPosition];
   const unsigned lastCount = numReturnsOf(last);
   const unsigned lastNumber = returnNumberOf(last);
   if (returns.count != lastCount) stream.encode(channel.numReturns[lastCount], returns.count);
@@ -192,7 +192,7 @@ void Point14Encoder::encodeReturns(const Returns& returns, const std::byte* last
 }
 
 void Point14Encoder::encodePosition(const Returns& returns, const std::byte* record, Channel& channel) {
-  ArithmeticEncoder& stream = layers_[kPosition];
+  RangeEncoder& stream = layers_[kPosition];
   const std::size_t context = 2U * kReturnMap14[returns.count][returns.number] + returns.timeChanged;
   const std::size_t single = returns.single();
   const std::int32_t xStep = wrappedDifference(xOf(record), xOf(channel.last));

@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include "formats/laz/ArithmeticEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 
 namespace Formats::Laz {
 
@@ -48,12 +48,12 @@ class Point14Encoder {
   struct Returns;
   static constexpr std::size_t kChannels = 4;
 
-  ArithmeticEncoder& streamOf(Layer layer);
+  RangeEncoder& streamOf(Layer layer);
   void encodeReturns(const Returns& returns, const std::byte* last, Channel& channel);
   void encodePosition(const Returns& returns, const std::byte* record, Channel& channel);
   void encodeAttributes(const Returns& returns, unsigned changed, const std::byte* record, Channel& channel);
 
-  std::array<ArithmeticEncoder, kLayers> layers_;
+  std::array<RangeEncoder, kLayers> layers_;
   std::array<bool, kLayers> isWritten_;
   std::array<std::unique_ptr<Channel>, kChannels> channels_;  // made when they are first switched to
   std::size_t current_;

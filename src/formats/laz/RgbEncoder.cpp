@@ -23,7 +23,7 @@ bool isGrey(const std::byte* color) {
 
 }  // namespace
 
-void RgbEncoder::encode(const std::byte* color, const std::byte* last, ArithmeticEncoder& stream) {
+void RgbEncoder::encode(const std::byte* color, const std::byte* last, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const unsigned changed = changedBytes<kSize>(color, last) | (isGrey(color) ? 0U : kNotGrey);
   stream.encode(changed_, changed);
@@ -47,7 +47,7 @@ void RgbEncoder::encode(const std::byte* color, const std::byte* last, Arithmeti
   }
 }
 
-void NirEncoder::encode(const std::byte* nir, const std::byte* last, ArithmeticEncoder& stream) {
+void NirEncoder::encode(const std::byte* nir, const std::byte* last, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const unsigned changed = changedBytes<kSize>(nir, last);
   stream.encode(changed_, changed);

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "formats/laz/ArithmeticEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 
 namespace Formats::Laz {
 
@@ -15,7 +15,7 @@ class RgbEncoder {
   static constexpr std::size_t kWrites = 7;  // that one colour takes at most
 
   /// @param last  the colour before.
-  void encode(const std::byte* color, const std::byte* last, ArithmeticEncoder& stream);
+  void encode(const std::byte* color, const std::byte* last, RangeEncoder& stream);
 
  private:
   SymbolModel<128> changed_;
@@ -29,7 +29,7 @@ class NirEncoder {
   static constexpr std::size_t kWrites = 3;
 
   /// @param last  the number before.
-  void encode(const std::byte* nir, const std::byte* last, ArithmeticEncoder& stream);
+  void encode(const std::byte* nir, const std::byte* last, RangeEncoder& stream);
 
  private:
   SymbolModel<4> changed_;

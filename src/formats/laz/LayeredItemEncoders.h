@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "formats/laz/ArithmeticEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 #include "formats/laz/RgbEncoder.h"
 
 namespace Formats::Laz {
@@ -77,7 +77,7 @@ class Rgb14Encoder {
 
   bool hasNir_;
   std::array<bool, 2> isWritten_{};
-  std::array<ArithmeticEncoder, 2> layers_;
+  std::array<RangeEncoder, 2> layers_;
   ChannelModels<Models> models_;
 };
 
@@ -96,7 +96,7 @@ class Byte14Encoder {
   using Models = std::vector<SymbolModel<256>>;
 
   std::vector<std::size_t> written_;  // the bytes that change
-  std::vector<ArithmeticEncoder> layers_;
+  std::vector<RangeEncoder> layers_;
   ChannelModels<Models> models_;  // of those that change
 };
 

@@ -1,4 +1,4 @@
-#include "formats/laz/ArithmeticEncoder.h"
+#include "formats/laz/RangeEncoder.h"
 
 #include <algorithm>
 
@@ -9,13 +9,13 @@ constexpr std::size_t kFirstRoom = 4096;
 
 }  // namespace
 
-void ArithmeticEncoder::carry() {
+void RangeEncoder::carry() {
   std::byte* at = out_ - kWindowStart - 1;
   while (*at == std::byte{0xFF}) *at-- = std::byte{0};
   *at = static_cast<std::byte>(std::to_integer<unsigned>(*at) + 1);
 }
 
-void ArithmeticEncoder::grow(std::size_t writes) {
+void RangeEncoder::grow(std::size_t writes) {
   const std::size_t used = bytes_.empty() ? kWindowStart : static_cast<std::size_t>(out_ - bytes_.data());
   const std::size_t room = std::max({kFirstRoom, used, writes * kLongestWrite});
   bytes_.resize(used + room + sizeof(window_));
@@ -23,7 +23,7 @@ void ArithmeticEncoder::grow(std::size_t writes) {
   end_ = out_ + room;
 }
 
-std::span<const std::byte> ArithmeticEncoder::finish() {
+std::span<const std::byte> RangeEncoder::finish() {
   constexpr std::size_t kEnd = 4;  // bytes: the one or two that shift() writes, and zeros
   makeRoom(kEnd);
   // A number well inside the interval, of as few bytes as can be.

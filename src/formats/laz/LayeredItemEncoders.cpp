@@ -1,4 +1,4 @@
-#include "formats/laz/LayeredItems.h"
+#include "formats/laz/LayeredItemEncoders.h"
 
 #include <algorithm>
 

@@ -12,12 +12,12 @@
 
 namespace Formats::Laz {
 
-/// Writes one arithmetic-coded stream: the counterpart of ArithmeticDecoder, whose position is at the
+/// Writes one stream of the LAZ range coder: the counterpart of RangeDecoder, whose position is at the
 /// stream's end after the last symbol. Owns the bytes. Not to be used by two threads at once.
 ///
 /// Every write needs room (see makeRoom), which is not checked: a symbol, a bit or a number of up to 19 bits
 /// takes at most 3 bytes.
-class ArithmeticEncoder {
+class RangeEncoder {
  public:
   static constexpr std::size_t kLongestWrite = 3;
 
