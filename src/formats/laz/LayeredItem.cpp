@@ -17,8 +17,8 @@ constexpr std::uint16_t kFirstSoundVersion = 4;
 ///
 /// From version 4 on a point belongs to the context of its channel. Before, encoders chose otherwise, and
 /// decoders must do as they did: a point whose channel is another than the last point's belongs to the
-/// context of its channel, all others to that of channel 0; and going to a context that was there before
-/// changes the models, but not the value that is the last one.
+/// context of its channel, all others to that of channel 0; and the point that goes back to a context takes
+/// its models, but follows and replaces the last value of the context before.
 template <class Models, class Value>
 class ItemLayer {
  public:
@@ -26,7 +26,7 @@ class ItemLayer {
 
   void start(const Value& first, std::size_t channel) {
     isStarted_ = {};
-    current_ = owner_ = channel;
+    current_ = channel;
     make(channel, first);
   }
 
@@ -35,13 +35,12 @@ class ItemLayer {
   template <class Next, class Store>
   void decode(Layer& layer, const LayeredPoints& points, const Next& next, const Store& store) {
     if (layer.isEmpty) {
-      for (std::size_t i = 0; i < points.size(); ++i) store(points.record(i), last_[owner_]);
+      for (std::size_t i = 0; i < points.size(); ++i) store(points.record(i), last_[current_]);
       return;
     }
     RangeDecoder decoder = layer.decoder;
     for (std::size_t i = 0; i < points.size(); ++i) {
-      select(contextOf(points.traces[i]));
-      Value& last = last_[owner_];
+      Value& last = select(contextOf(points.traces[i]));
       last = next(*models_[current_], decoder, last);
       store(points.record(i), last);
     }
@@ -53,13 +52,16 @@ class ItemLayer {
     return isSound_ || trace.isChannelNew ? trace.channel : 0;
   }
 
-  void select(std::size_t context) {
+  /// Goes to a context.
+  /// @return the last value, which the next one follows and takes the place of.
+  Value& select(std::size_t context) {
     if (context == current_) [[likely]]
-      return;
-    current_ = context;
+      return last_[current_];
+    Value& lastOfOther = last_[current_];
     const bool isNew = !isStarted_[context];
-    if (isNew) make(context, last_[owner_]);
-    if (isNew || isSound_) owner_ = context;
+    if (isNew) make(context, lastOfOther);
+    current_ = context;
+    return isNew || isSound_ ? last_[context] : lastOfOther;
   }
 
   void make(std::size_t context, const Value& last) {
@@ -73,8 +75,7 @@ class ItemLayer {
   std::array<std::unique_ptr<Models>, kChannels> models_;
   std::array<Value, kChannels> last_{};
   std::array<bool, kChannels> isStarted_{};
-  std::size_t current_ = 0;  // whose models are used
-  std::size_t owner_ = 0;    // whose last value is used
+  std::size_t current_ = 0;
 };
 
 class ColorLayer {

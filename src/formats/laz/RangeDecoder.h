@@ -34,9 +34,10 @@ class DecodingModel {
 
   /// The last symbol that has at most @p place below it. Rounding takes places up to 63 beyond 2^15.
   [[nodiscard]] std::size_t find(std::uint32_t place) const {
+    place = std::min(place, (1U << kProbabilityBits) - 1);
     std::size_t symbol = first_[place >> kShift];
     while (place >= model_.below(symbol + 1)) ++symbol;
-    return std::min(symbol, model_.numSymbols() - 1);
+    return symbol;
   }
 
   [[nodiscard]] std::uint32_t below(std::size_t symbol) const { return model_.below(symbol); }
