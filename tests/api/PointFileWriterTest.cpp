@@ -78,6 +78,18 @@ TEST_F(PointFileWriterTest, WritesLasFilesWithTheirCounts) {
   EXPECT_EQ(at<std::uint16_t>(file, 375 + 30 + 12), 65535);
 }
 
+TEST_F(PointFileWriterTest, WritesLazFilesWithTheirCounts) {
+  const std::string file = written("a.laz", layoutOf({}), kTwoPoints, {});
+  EXPECT_THAT(file, StartsWith("LASF"));
+  EXPECT_EQ(at<std::uint8_t>(file, 104), 6 | 0x80) << "compressed";
+  EXPECT_EQ(at<std::uint64_t>(file, 247), 2U);
+  EXPECT_EQ(at<double>(file, 187), -4.5) << "the least x";
+  const auto chunks = at<std::uint32_t>(file, 96);
+  EXPECT_EQ(at<std::int32_t>(file, chunks + 8), 100) << "the first record stands as it is";
+  const auto table = at<std::uint64_t>(file, chunks);
+  EXPECT_EQ(at<std::uint32_t>(file, table + 4), 1U) << "the number of chunks";
+}
+
 TEST_F(PointFileWriterTest, WritesCsvFilesOfAnyAttributes) {
   const std::vector<std::uint8_t> colors{1, 2, 3, 4, 5, 6};
   const std::vector<float> times{0.1F, -1e20F};

@@ -23,6 +23,13 @@ TEST_F(MakeSample, WritesAFileAndSaysNothing) {
   EXPECT_EQ(readFile(path("a.las")).size(), 375 + 1000 * 36U);
 }
 
+TEST_F(MakeSample, WritesCompressedFiles) {
+  EXPECT_EQ(outputOf({"make-sample", path("a.laz"), "--points", "60000"}), "");
+  (void)outputOf({"make-sample", path("a.las"), "--points", "60000"});
+  EXPECT_LT(readFile(path("a.laz")).size(), readFile(path("a.las")).size() / 2);
+  EXPECT_EQ(readFile(path("a.laz")).at(104), static_cast<char>(7 | 0x80)) << "point format";
+}
+
 TEST_F(MakeSample, SaysHowManyPointsAsJson) {
   EXPECT_EQ(outputOf({"make-sample", path("a.las"), "--points", "12", "--json"}), "{\"numPoints\":12}\n");
 }

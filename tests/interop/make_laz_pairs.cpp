@@ -41,8 +41,7 @@ std::string lasBytes(const LasRecordKind& kind, const std::string& records) {
 }
 
 std::string lazBytes(const LasRecordKind& kind, const std::string& records) {
-  const LazVlr vlr =
-      Formats::Laz::lazVlrFor(kind.pointFormat, static_cast<std::uint16_t>(kind.numExtraBytes));
+  const LazVlr vlr = Formats::Laz::lazVlrFor(kind.pointFormat, kind.numExtraBytes);
   std::string description;
   append(description, Formats::Laz::writeLazVlr(vlr));
   LasFile file = emptyFile(kind);

@@ -9,7 +9,7 @@ namespace Testing {
 /// Which records: of a LAS point format of 0 to 3 or 6 to 8, with that many bytes behind its own.
 struct LasRecordKind {
   std::uint8_t pointFormat = 0;
-  std::size_t numExtraBytes = 0;
+  std::uint16_t numExtraBytes = 0;
 
   [[nodiscard]] std::size_t length() const;
 };
