@@ -51,17 +51,24 @@ LayeredChunkHead LayeredDecoder::readHead(std::span<const std::byte> bytes,
   return head;
 }
 
-LayeredChunkHead LayeredDecoder::start(std::span<const std::byte> chunk, const Core::Source& source,
-                                       Wanted wanted) {
-  LayeredChunkHead head = readHead(chunk, source);
-  if (head.chunkSize() > chunk.size()) {
-    throw Core::FormatError({source.name, source.offset + recordLength_}, "sizes of the layers of a chunk",
-                            "at most " + std::to_string(chunk.size() - head.size) + " bytes together",
+void LayeredDecoder::start(std::span<const std::byte> chunk, std::uint64_t numPoints,
+                           const Core::Source& source, Wanted wanted) {
+  const LayeredChunkHead head = readHead(chunk, source);
+  const Core::Source headSource{source.name, source.offset + recordLength_};
+  if (head.numPoints != numPoints) {
+    throw Core::FormatError(headSource, "number of points in a chunk",
+                            std::to_string(numPoints) + " by the chunk table and the header",
+                            std::to_string(head.numPoints));
+  }
+  if (head.chunkSize() != chunk.size()) {
+    throw Core::FormatError(headSource, "sizes of the layers of a chunk",
+                            std::to_string(chunk.size() - head.size) + " bytes together",
                             std::to_string(head.chunkSize() - head.size));
   }
   source_ = source;
-  first_ = chunk.data();
-  const std::size_t channel = channelOf(first_);
+  chunk_ = chunk.data();
+  hasFirst_ = true;
+  const std::size_t channel = channelOf(chunk_);
   std::size_t offset = head.size;
   std::size_t number = 0;
   for (const Part& part : parts_) {
@@ -71,17 +78,16 @@ LayeredChunkHead LayeredDecoder::start(std::span<const std::byte> chunk, const C
       layer.start(chunk.subspan(offset, isWanted ? size : 0));
       offset += size;
     }
-    part.decoder->start(first_ + part.offset, channel);
+    part.decoder->start(chunk_ + part.offset, channel);
   }
-  return head;
 }
 
 void LayeredDecoder::decode(std::span<std::byte> records) {
   std::byte* out = records.data();
   std::byte* const end = out + records.size() / recordLength_ * recordLength_;
-  if (first_ != nullptr && out != end) {
-    std::memcpy(out, first_, recordLength_);
-    first_ = nullptr;
+  if (hasFirst_ && out != end) {
+    std::memcpy(out, chunk_, recordLength_);
+    hasFirst_ = false;
     out += recordLength_;
   }
   while (out != end) {
@@ -102,11 +108,27 @@ void LayeredDecoder::decodeSome(const LayeredPoints& points) {
 void LayeredDecoder::checkLayers() const {
   for (const Part& part : parts_) {
     for (const Layer& layer : part.decoder->layers()) {
-      if (layer.isEmpty || !layer.decoder.overran()) continue;
-      throw Core::FormatError(source_, "layer " + layer.name, "a stream that makes sense to its last point",
-                              "its end or nonsense");
+      if (layer.isEmpty() || !layer.decoder.overran()) continue;
+      throw Core::FormatError(placeOf(layer), "layer " + layer.name,
+                              "more than its " + std::to_string(layer.bytes.size()) + " bytes",
+                              "their end, or nonsense before");
     }
   }
+}
+
+void LayeredDecoder::finish() const {
+  for (const Part& part : parts_) {
+    for (const Layer& layer : part.decoder->layers()) {
+      if (layer.isEmpty() || layer.decoder.position() == layer.bytes.size()) continue;
+      throw Core::FormatError(placeOf(layer), "layer " + layer.name,
+                              "points that take its " + std::to_string(layer.bytes.size()) + " bytes",
+                              "points that take " + std::to_string(layer.decoder.position()));
+    }
+  }
+}
+
+Core::Source LayeredDecoder::placeOf(const Layer& layer) const {
+  return {source_.name, source_.offset + static_cast<std::uint64_t>(layer.bytes.data() - chunk_)};
 }
 
 }  // namespace Formats::Laz

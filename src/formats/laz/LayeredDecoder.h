@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "core/FormatError.h"
+#include "formats/laz/ChunkDecoder.h"
 #include "formats/laz/LayeredItem.h"
 #include "formats/laz/LazVlr.h"
 
 namespace Formats::Laz {
-
-/// Which attributes a decoder is asked for: the others keep the values of a chunk's first point.
-enum class Wanted { All, Coordinates };
 
 /// What stands before the layers of a chunk.
 struct LayeredChunkHead {
@@ -25,9 +23,8 @@ struct LayeredChunkHead {
   [[nodiscard]] std::uint64_t chunkSize() const;
 };
 
-/// Decodes the points of layered chunks, as many at a time as are wanted. Keeps its memory from chunk to
-/// chunk. Threads: for one at a time.
-class LayeredDecoder {
+/// Decodes the points of layered chunks.
+class LayeredDecoder final : public ChunkDecoder {
  public:
   /// @param items  of types and versions of layered chunks; POINT14 comes first.
   explicit LayeredDecoder(const std::vector<Item>& items);
@@ -38,17 +35,10 @@ class LayeredDecoder {
   [[nodiscard]] LayeredChunkHead readHead(std::span<const std::byte> bytes, const Core::Source& source) const;
   [[nodiscard]] std::size_t headSize() const;
 
-  /// Begins a chunk.
-  /// @param chunk   its bytes; they outlive its decoding and are followed by kLookahead readable bytes.
-  /// @param source  what the bytes belong to, with their offset; its name outlives this, too.
-  /// @throws FormatError when the layers do not fit the bytes.
-  LayeredChunkHead start(std::span<const std::byte> chunk, const Core::Source& source,
-                         Wanted wanted = Wanted::All);
-
-  /// Writes the records of the next points.
-  /// @param[out] records  room for whole records.
-  /// @throws FormatError naming the layer that ended too soon. Records before may have been written.
-  void decode(std::span<std::byte> records);
+  void start(std::span<const std::byte> chunk, std::uint64_t numPoints, const Core::Source& source,
+             Wanted wanted) override;
+  void decode(std::span<std::byte> records) override;
+  void finish() const override;
 
  private:
   struct Part {
@@ -58,11 +48,14 @@ class LayeredDecoder {
 
   void decodeSome(const LayeredPoints& points);
   void checkLayers() const;
+  /// The place of a layer in the source.
+  [[nodiscard]] Core::Source placeOf(const Layer& layer) const;
 
   std::vector<Part> parts_;
   std::size_t recordLength_ = 0;
   std::size_t numLayers_ = 0;
-  const std::byte* first_ = nullptr;  // the first point, until it was handed out
+  const std::byte* chunk_ = nullptr;
+  bool hasFirst_ = false;  // whether the first point was not handed out yet
   std::vector<PointTrace> traces_;
   Core::Source source_;
 };

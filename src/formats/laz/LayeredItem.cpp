@@ -34,7 +34,7 @@ class ItemLayer {
   /// @p store.
   template <class Next, class Store>
   void decode(Layer& layer, const LayeredPoints& points, const Next& next, const Store& store) {
-    if (layer.isEmpty) {
+    if (layer.isEmpty()) {
       for (std::size_t i = 0; i < points.size(); ++i) store(points.record(i), last_[current_]);
       return;
     }

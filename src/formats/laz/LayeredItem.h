@@ -41,12 +41,14 @@ struct LayeredPoints {
 /// change.
 struct Layer {
   std::string name;  ///< for messages
-  bool isEmpty = true;
+  std::span<const std::byte> bytes;
   RangeDecoder decoder;
 
-  void start(std::span<const std::byte> bytes) {
-    isEmpty = bytes.empty();
-    decoder = RangeDecoder(bytes);
+  [[nodiscard]] bool isEmpty() const { return bytes.empty(); }
+
+  void start(std::span<const std::byte> stream) {
+    bytes = stream;
+    decoder = RangeDecoder(stream);
   }
 };
 

@@ -323,7 +323,7 @@ class Point14 final : public LayeredItem {
   template <class Context, class Next>
   void decodeLayer(std::size_t number, const LayeredPoints& points, Channels<Context>& channels,
                    std::size_t offset, const Next& next) {
-    if (layers_[number].isEmpty) {
+    if (layers_[number].isEmpty()) {
       const auto value = channels.current().last;
       for (std::size_t i = 0; i < points.size(); ++i) storeLittleEndian(points.record(i) + offset, value);
       return;

@@ -13,21 +13,25 @@ PointwiseDecoder::PointwiseDecoder(const std::vector<Item>& items) {
   }
 }
 
-void PointwiseDecoder::start(std::span<const std::byte> bytes, const Core::Source& source) {
-  if (bytes.size() < recordLength_) {
+void PointwiseDecoder::start(std::span<const std::byte> chunk, std::uint64_t /*numPoints*/,
+                             const Core::Source& source, Wanted /*wanted*/) {
+  if (chunk.size() < recordLength_) {
     throw Core::FormatError(source, "first point of a chunk", std::to_string(recordLength_) + " bytes",
-                            std::to_string(bytes.size()));
+                            std::to_string(chunk.size()));
   }
   source_ = source;
-  first_ = bytes.data();
+  first_ = chunk.data();
   for (const Part& part : parts_) part.decoder->start(first_ + part.offset);
   behind_ = recordLength_;
-  decoder_ = RangeDecoder(bytes.subspan(recordLength_));
+  size_ = chunk.size();
+  numDecoded_ = 0;
+  decoder_ = RangeDecoder(chunk.subspan(recordLength_));
 }
 
 void PointwiseDecoder::continueIn(std::span<const std::byte> bytes) {
   source_.offset += position();
   behind_ = 0;
+  size_ = bytes.size();
   decoder_.continueIn(bytes);
 }
 
@@ -38,21 +42,29 @@ void PointwiseDecoder::decode(std::span<std::byte> records) {
     std::memcpy(out, first_, recordLength_);
     first_ = nullptr;
     out += recordLength_;
+    ++numDecoded_;
   }
-  RangeDecoder decoder = decoder_;
-  for (; out != end; out += recordLength_) {
+  for (; out != end; out += recordLength_, ++numDecoded_) {
     for (const Part& part : parts_) {
-      part.decoder->decode(decoder, out + part.offset);
-      if (decoder.overran()) [[unlikely]]
+      part.decoder->decode(decoder_, out + part.offset);
+      if (decoder_.overran()) [[unlikely]]
         refuseEnd(part.item);
     }
   }
-  decoder_ = decoder;
+}
+
+void PointwiseDecoder::finish() const {
+  if (position() == size_) return;
+  throw Core::FormatError({source_.name, source_.offset + position()}, "end of a chunk",
+                          "at byte " + std::to_string(source_.offset + size_) + " after " +
+                              std::to_string(numDecoded_) + " points",
+                          "points that end here");
 }
 
 void PointwiseDecoder::refuseEnd(const Item& item) const {
-  throw Core::FormatError({source_.name, source_.offset + position()}, nameOf(item),
-                          "a stream that makes sense to its last point", "its end or nonsense");
+  throw Core::FormatError({source_.name, source_.offset + size_}, nameOf(item),
+                          "more bytes for point " + std::to_string(numDecoded_) + " of its chunk",
+                          "their end, or nonsense before");
 }
 
 }  // namespace Formats::Laz

@@ -7,37 +7,34 @@
 #include <vector>
 
 #include "core/FormatError.h"
+#include "formats/laz/ChunkDecoder.h"
 #include "formats/laz/LazVlr.h"
 #include "formats/laz/PointwiseItem.h"
 #include "formats/laz/RangeDecoder.h"
 
 namespace Formats::Laz {
 
-/// Decodes point-wise compressed points, as many at a time as are wanted: a chunk, or all points of a file
-/// without chunks. Keeps its memory from chunk to chunk. Threads: for one at a time.
-class PointwiseDecoder {
+/// Decodes point-wise compressed points: a chunk, or all points of a file without chunks, whose bytes may
+/// come in parts.
+class PointwiseDecoder final : public ChunkDecoder {
  public:
   /// @param items  of types and versions of point-wise compression.
   explicit PointwiseDecoder(const std::vector<Item>& items);
 
-  /// Begins with a first point.
-  /// @param bytes   the stream from that point on, or the first part of it. They outlive their use and are
-  ///                followed by kLookahead readable bytes.
-  /// @param source  what the bytes belong to, with their offset; its name outlives this, too.
-  /// @throws FormatError when there is no room for the point.
-  void start(std::span<const std::byte> bytes, const Core::Source& source);
+  void start(std::span<const std::byte> chunk, std::uint64_t numPoints, const Core::Source& source,
+             Wanted wanted) override;
+  void decode(std::span<std::byte> records) override;
+  void finish() const override;
 
   /// Goes on with other bytes of the same stream, those that follow the position() bytes that were used. The
   /// first point must have been decoded.
   void continueIn(std::span<const std::byte> bytes);
 
-  /// Writes the records of the next points.
-  /// @param[out] records  room for whole records.
-  /// @throws FormatError naming the item that the bytes ended in. Records before may have been written.
-  void decode(std::span<std::byte> records);
-
   /// The bytes used since start() or continueIn().
   [[nodiscard]] std::size_t position() const { return behind_ + decoder_.position(); }
+
+  /// The points decoded since start(), also where decode() threw.
+  [[nodiscard]] std::uint64_t numDecoded() const { return numDecoded_; }
 
   /// The most bytes of a stream that a point takes: an upper bound, far above what points usually take.
   [[nodiscard]] std::size_t mostBytesPerPoint() const { return 16 * recordLength_; }
@@ -56,6 +53,8 @@ class PointwiseDecoder {
   const std::byte* first_ = nullptr;  // the first point, until it was handed out
   RangeDecoder decoder_;
   std::size_t behind_ = 0;  // bytes used before those of decoder_
+  std::size_t size_ = 0;    // of the bytes at hand
+  std::uint64_t numDecoded_ = 0;
   Core::Source source_;
 };
 
