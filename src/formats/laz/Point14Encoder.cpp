@@ -28,7 +28,6 @@ constexpr unsigned kSourceChanged = 1U << 5U;
 constexpr unsigned kTimeChanged = 1U << 4U;
 constexpr unsigned kScanAngleChanged = 1U << 3U;
 constexpr unsigned kNumReturnsChanged = 1U << 2U;
-constexpr unsigned kReturnNumberBits = 3;
 constexpr unsigned kSameReturn = 0;
 constexpr unsigned kNextReturn = 1;
 constexpr unsigned kReturnBefore = 2;
