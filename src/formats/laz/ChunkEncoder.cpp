@@ -1,7 +1,6 @@
 #include "formats/laz/ChunkEncoder.h"
 
 #include <algorithm>
-#include <optional>
 #include <stdexcept>
 
 #include "core/LittleEndian.h"
@@ -58,6 +57,10 @@ class ByteEncoder {
  public:
   explicit ByteEncoder(std::size_t count) : models_(count) {}
 
+  void reset() {
+    for (auto& model : models_) model.reset();
+  }
+
   void encode(const std::byte* bytes, const std::byte* last, RangeEncoder& stream) {
     stream.makeRoom(models_.size());
     for (std::size_t i = 0; i < models_.size(); ++i) {
@@ -69,31 +72,58 @@ class ByteEncoder {
   std::vector<SymbolModel<256>> models_;
 };
 
-std::vector<std::byte> encodePointWise(const LazVlr& vlr, std::span<const std::byte> records) {
-  const OptionalItems items = optionalItemsOf(vlr);
-  const std::size_t length = vlr.recordLength();
-  const std::byte* last = records.data();
-  Point10Encoder points;
-  GpsTimeEncoder gpsTimes(GpsTimeEncoder::Unchanged::Coded,
-                          items.gpsTime == 0 ? 0 : timeAt(last + items.gpsTime));
-  RgbEncoder colors;
-  ByteEncoder extraBytes(items.numExtraBytes);
-  RangeEncoder stream;
-  for (std::size_t at = length; at < records.size(); at += length) {
-    const std::byte* const record = records.data() + at;
-    points.encode(record, last, stream);
-    if (items.gpsTime != 0) gpsTimes.encode(timeAt(record + items.gpsTime), stream);
-    if (items.color != 0) colors.encode(record + items.color, last + items.color, stream);
-    if (items.extraBytes != 0) extraBytes.encode(record + items.extraBytes, last + items.extraBytes, stream);
-    last = record;
+void checkWhole(std::span<const std::byte> records, std::size_t length) {
+  if (records.empty() || records.size() % length != 0) {
+    throw std::invalid_argument("a LAZ chunk is made of whole records, at least one");
   }
-  const std::span<const std::byte> coded = stream.finish();
-  std::vector<std::byte> chunk;
-  chunk.reserve(length + coded.size());
-  chunk.assign(records.data(), records.data() + length);
-  chunk.insert(chunk.end(), coded.begin(), coded.end());
-  return chunk;
 }
+
+class PointwiseEncoder final : public ChunkEncoder {
+ public:
+  explicit PointwiseEncoder(const LazVlr& vlr)
+      : items_(optionalItemsOf(vlr)), length_(vlr.recordLength()), extraBytes_(items_.numExtraBytes) {}
+
+  std::span<const std::byte> encode(std::span<const std::byte> records) override {
+    checkWhole(records, length_);
+    start(records.data());
+    const std::byte* last = records.data();
+    for (std::size_t at = length_; at < records.size(); at += length_) {
+      encodeRecord(records.data() + at, last);
+      last = records.data() + at;
+    }
+    const std::span<const std::byte> coded = stream_.finish();
+    chunk_.assign(records.data(), records.data() + length_);
+    chunk_.insert(chunk_.end(), coded.begin(), coded.end());
+    return chunk_;
+  }
+
+ private:
+  void start(const std::byte* first) {
+    points_.reset();
+    if (items_.gpsTime != 0) gpsTimes_.start(timeAt(first + items_.gpsTime));
+    colors_.reset();
+    extraBytes_.reset();
+    stream_.restart();
+  }
+
+  void encodeRecord(const std::byte* record, const std::byte* last) {
+    points_.encode(record, last, stream_);
+    if (items_.gpsTime != 0) gpsTimes_.encode(timeAt(record + items_.gpsTime), stream_);
+    if (items_.color != 0) colors_.encode(record + items_.color, last + items_.color, stream_);
+    if (items_.extraBytes != 0) {
+      extraBytes_.encode(record + items_.extraBytes, last + items_.extraBytes, stream_);
+    }
+  }
+
+  OptionalItems items_;
+  std::size_t length_;  // of a record
+  Point10Encoder points_;
+  GpsTimeEncoder gpsTimes_{GpsTimeEncoder::Unchanged::Coded};
+  RgbEncoder colors_;
+  ByteEncoder extraBytes_;
+  RangeEncoder stream_;
+  std::vector<std::byte> chunk_;
+};
 
 /// Of each byte of a record, the bits that differ in any of them from the first.
 std::vector<std::byte> changesWithin(std::span<const std::byte> records, std::size_t length) {
@@ -111,45 +141,62 @@ void putWord(std::vector<std::byte>& out, std::size_t value) {
   Core::storeLittleEndian(out.data() + out.size() - sizeof(std::uint32_t), static_cast<std::uint32_t>(value));
 }
 
-std::vector<std::byte> layeredChunk(std::span<const std::byte> first, std::size_t numPoints,
-                                    const std::vector<std::span<const std::byte>>& layers) {
-  std::vector<std::byte> chunk(first.begin(), first.end());
-  putWord(chunk, numPoints);
-  for (const std::span<const std::byte> layer : layers) putWord(chunk, layer.size());
-  for (const std::span<const std::byte> layer : layers) chunk.insert(chunk.end(), layer.begin(), layer.end());
-  return chunk;
-}
+class LayeredEncoder final : public ChunkEncoder {
+ public:
+  explicit LayeredEncoder(const LazVlr& vlr)
+      : items_(optionalItemsOf(vlr)),
+        length_(vlr.recordLength()),
+        colors_(items_.colorSize > RgbEncoder::kSize),
+        extraBytes_(items_.numExtraBytes) {}
 
-std::vector<std::byte> encodeLayered(const LazVlr& vlr, std::span<const std::byte> records) {
-  const OptionalItems items = optionalItemsOf(vlr);
-  const std::size_t length = vlr.recordLength();
-  const std::byte* const first = records.data();
-  const std::vector<std::byte> changes = changesWithin(records, length);
-  const std::span<const std::byte> changed(changes);
-  Point14Encoder points(first, changed.first(Point14Encoder::kSize));
-  const std::size_t channel = Point14Encoder::channelOf(first);
-  std::optional<Rgb14Encoder> colors;
-  if (items.color != 0) {
-    colors.emplace(channel, first + items.color, changed.subspan(items.color, items.colorSize));
+  std::span<const std::byte> encode(std::span<const std::byte> records) override {
+    checkWhole(records, length_);
+    start(records);
+    for (std::size_t at = length_; at < records.size(); at += length_) {
+      const std::byte* const record = records.data() + at;
+      const std::size_t channel = points_.encode(record);
+      if (items_.color != 0) colors_.encode(channel, record + items_.color);
+      if (items_.extraBytes != 0) extraBytes_.encode(channel, record + items_.extraBytes);
+    }
+    finish(records);
+    return chunk_;
   }
-  std::optional<Byte14Encoder> extraBytes;
-  if (items.extraBytes != 0) {
-    extraBytes.emplace(channel, first + items.extraBytes, changed.subspan(items.extraBytes));
+
+ private:
+  void start(std::span<const std::byte> records) {
+    const std::vector<std::byte> changes = changesWithin(records, length_);
+    const std::span<const std::byte> changed(changes);
+    const std::byte* const first = records.data();
+    const std::size_t channel = Point14Encoder::channelOf(first);
+    points_.start(first, changed.first(Point14Encoder::kSize));
+    if (items_.color != 0) {
+      colors_.start(channel, first + items_.color, changed.subspan(items_.color, items_.colorSize));
+    }
+    if (items_.extraBytes != 0) {
+      extraBytes_.start(channel, first + items_.extraBytes, changed.subspan(items_.extraBytes));
+    }
   }
-  for (std::size_t at = length; at < records.size(); at += length) {
-    const std::byte* const record = first + at;
-    const std::size_t itemChannel = points.encode(record);
-    if (colors) colors->encode(itemChannel, record + items.color);
-    if (extraBytes) extraBytes->encode(itemChannel, record + items.extraBytes);
+
+  void finish(std::span<const std::byte> records) {
+    std::vector<std::span<const std::byte>> layers;
+    points_.finish(layers);
+    if (items_.color != 0) colors_.finish(layers);
+    if (items_.extraBytes != 0) extraBytes_.finish(layers);
+    chunk_.assign(records.data(), records.data() + length_);
+    putWord(chunk_, records.size() / length_);
+    for (const std::span<const std::byte> layer : layers) putWord(chunk_, layer.size());
+    for (const std::span<const std::byte> layer : layers) {
+      chunk_.insert(chunk_.end(), layer.begin(), layer.end());
+    }
   }
-  std::vector<std::span<const std::byte>> layers;
-  for (std::size_t i = 0; i < Point14Encoder::kLayers; ++i) layers.push_back(points.finish(i));
-  for (std::size_t i = 0; colors && i < colors->numLayers(); ++i) layers.push_back(colors->finish(i));
-  for (std::size_t i = 0; extraBytes && i < extraBytes->numLayers(); ++i) {
-    layers.push_back(extraBytes->finish(i));
-  }
-  return layeredChunk(records.first(length), records.size() / length, layers);
-}
+
+  OptionalItems items_;
+  std::size_t length_;  // of a record
+  Point14Encoder points_;
+  Rgb14Encoder colors_;
+  Byte14Encoder extraBytes_;
+  std::vector<std::byte> chunk_;
+};
 
 void checkItems(const LazVlr& vlr) {
   for (const Item& item : vlr.items) {
@@ -162,12 +209,10 @@ void checkItems(const LazVlr& vlr) {
 
 }  // namespace
 
-std::vector<std::byte> encodeChunk(const LazVlr& vlr, std::span<const std::byte> records) {
+std::unique_ptr<ChunkEncoder> makeChunkEncoder(const LazVlr& vlr) {
   checkItems(vlr);
-  if (records.empty() || records.size() % vlr.recordLength() != 0) {
-    throw std::invalid_argument("a LAZ chunk is made of whole records, at least one");
-  }
-  return vlr.compressor == Compressor::Layered ? encodeLayered(vlr, records) : encodePointWise(vlr, records);
+  if (vlr.compressor == Compressor::Layered) return std::make_unique<LayeredEncoder>(vlr);
+  return std::make_unique<PointwiseEncoder>(vlr);
 }
 
 std::vector<std::byte> encodeChunkTable(std::span<const std::size_t> chunkSizes) {

@@ -49,12 +49,20 @@ Context contextOf(std::int32_t times) {
 
 }  // namespace
 
-GpsTimeEncoder::GpsTimeEncoder(Unchanged unchanged, std::uint64_t firstTime)
+GpsTimeEncoder::GpsTimeEncoder(Unchanged unchanged)
     : codesForUnchanged_(unchanged == Unchanged::Coded ? 1 : 0),
       first_(1 + codesForUnchanged_ + kSequences),
       multiple_(kCodesOfMultiples + codesForUnchanged_ + kSequences),
-      numbers_(32, kContexts) {
+      numbers_(32, kContexts) {}
+
+void GpsTimeEncoder::start(std::uint64_t firstTime) {
+  first_.reset();
+  multiple_.reset();
+  numbers_.reset();
+  sequences_.fill({});
   sequences_[0].time = firstTime;
+  current_ = 0;
+  newest_ = 0;
 }
 
 void GpsTimeEncoder::encode(std::uint64_t time, RangeEncoder& stream) {

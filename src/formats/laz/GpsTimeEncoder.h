@@ -20,7 +20,10 @@ class GpsTimeEncoder {
   /// Writes that one time takes at most.
   static constexpr std::size_t kWrites = 2 + IntegerEncoder::kWrites + 2;
 
-  GpsTimeEncoder(Unchanged unchanged, std::uint64_t firstTime);
+  explicit GpsTimeEncoder(Unchanged unchanged);
+
+  /// Begins a chunk with a time that is not coded.
+  void start(std::uint64_t firstTime);
 
   void encode(std::uint64_t time, RangeEncoder& stream);
 

@@ -12,6 +12,12 @@ IntegerEncoder::IntegerEncoder(unsigned bits, std::size_t contexts) : unusedBits
   for (unsigned k = 1; k <= classesOfMany; ++k) places_.emplace_back(1U << std::min(k, kHighBits));
 }
 
+void IntegerEncoder::reset() {
+  for (auto& model : classes_) model.reset();
+  smallest_.reset();
+  for (auto& model : places_) model.reset();
+}
+
 std::uint32_t IntegerEncoder::encode(std::int32_t predicted, std::int32_t real, std::size_t context,
                                      RangeEncoder& stream) {
   const std::uint32_t wrapped = (static_cast<std::uint32_t>(real) - static_cast<std::uint32_t>(predicted))

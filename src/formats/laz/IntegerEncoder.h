@@ -20,6 +20,9 @@ class IntegerEncoder {
   /// @param contexts  how many there are.
   IntegerEncoder(unsigned bits, std::size_t contexts);
 
+  /// As new.
+  void reset();
+
   /// @return the correction's class, 0 to bits: the binary digits that it takes.
   std::uint32_t encode(std::int32_t predicted, std::int32_t real, std::size_t context, RangeEncoder& stream);
 

@@ -17,10 +17,16 @@ std::vector<std::size_t> changing(std::span<const std::byte> changes) {
 
 }  // namespace
 
-Rgb14Encoder::Rgb14Encoder(std::size_t channel, const std::byte* first, std::span<const std::byte> changes)
-    : hasNir_(changes.size() > RgbEncoder::kSize), models_(channel, first, {}) {
+void Rgb14Encoder::Models::reset() {
+  rgb.reset();
+  nir.reset();
+}
+
+void Rgb14Encoder::start(std::size_t channel, const std::byte* first, std::span<const std::byte> changes) {
   isWritten_[0] = anyBit(changes.first(RgbEncoder::kSize));
-  isWritten_[1] = anyBit(changes.subspan(RgbEncoder::kSize));
+  isWritten_[1] = hasNir_ && anyBit(changes.subspan(RgbEncoder::kSize, NirEncoder::kSize));
+  for (RangeEncoder& layer : layers_) layer.restart();
+  models_.start(channel, first);
 }
 
 void Rgb14Encoder::encode(std::size_t channel, const std::byte* color) {
@@ -32,28 +38,36 @@ void Rgb14Encoder::encode(std::size_t channel, const std::byte* color) {
   selected.last = color;
 }
 
-std::span<const std::byte> Rgb14Encoder::finish(std::size_t layer) {
-  return isWritten_[layer] ? layers_[layer].finish() : std::span<const std::byte>();
+void Rgb14Encoder::finish(std::vector<std::span<const std::byte>>& layers) {
+  for (std::size_t i = 0; i < (hasNir_ ? 2 : 1); ++i) {
+    layers.push_back(isWritten_[i] ? layers_[i].finish() : std::span<const std::byte>());
+  }
 }
 
-Byte14Encoder::Byte14Encoder(std::size_t channel, const std::byte* first, std::span<const std::byte> changes)
-    : written_(changing(changes)),
-      layers_(changes.size()),
-      models_(channel, first, Models(written_.size())) {}
+void Byte14Encoder::Models::reset() {
+  for (auto& model : bytes) model.reset();
+}
+
+void Byte14Encoder::start(std::size_t channel, const std::byte* first, std::span<const std::byte> changes) {
+  written_ = changing(changes);
+  for (RangeEncoder& layer : layers_) layer.restart();
+  models_.start(channel, first);
+}
 
 void Byte14Encoder::encode(std::size_t channel, const std::byte* bytes) {
   const ChannelModels<Models>::Selected selected = models_.select(channel);
-  for (std::size_t i = 0; i < written_.size(); ++i) {
-    const std::size_t at = written_[i];
+  selected.models.bytes.resize(layers_.size());
+  for (const std::size_t at : written_) {
     layers_[at].makeRoom(1);
-    layers_[at].encode(selected.models[i], (byteAt(bytes, at) - byteAt(selected.last, at)) & 0xFFU);
+    layers_[at].encode(selected.models.bytes[at], (byteAt(bytes, at) - byteAt(selected.last, at)) & 0xFFU);
   }
   selected.last = bytes;
 }
 
-std::span<const std::byte> Byte14Encoder::finish(std::size_t layer) {
-  const bool isWritten = std::binary_search(written_.begin(), written_.end(), layer);
-  return isWritten ? layers_[layer].finish() : std::span<const std::byte>();
+void Byte14Encoder::finish(std::vector<std::span<const std::byte>>& layers) {
+  const std::size_t first = layers.size();
+  layers.resize(first + layers_.size());
+  for (const std::size_t at : written_) layers[first + at] = layers_[at].finish();
 }
 
 }  // namespace Formats::Laz

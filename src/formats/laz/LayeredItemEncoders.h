@@ -18,9 +18,10 @@ namespace Formats::Laz {
 template <class Models>
 class ChannelModels {
  public:
-  /// @param first  the chunk's first item, and its channel.
-  ChannelModels(std::size_t channel, const std::byte* first, const Models& fresh)
-      : fresh_(fresh), current_(channel) {
+  /// Begins a chunk with an item that is not coded.
+  void start(std::size_t channel, const std::byte* first) {
+    last_.fill(nullptr);
+    current_ = channel;
     begin(channel, first);
   }
 
@@ -33,7 +34,7 @@ class ChannelModels {
   Selected select(std::size_t channel) {
     const std::size_t before = current_;
     current_ = channel;
-    const bool isNew = models_[channel] == nullptr;
+    const bool isNew = last_[channel] == nullptr;
     if (isNew) begin(channel, last_[before]);
     return {*models_[channel], last_[isNew ? channel : before]};
   }
@@ -42,37 +43,41 @@ class ChannelModels {
   static constexpr std::size_t kChannels = 4;
 
   void begin(std::size_t channel, const std::byte* last) {
-    models_[channel] = std::make_unique<Models>(fresh_);
+    if (models_[channel] == nullptr) models_[channel] = std::make_unique<Models>();
+    models_[channel]->reset();
     last_[channel] = last;
   }
 
-  Models fresh_;
-  std::array<std::unique_ptr<Models>, kChannels> models_;
-  std::array<const std::byte*, kChannels> last_{};
-  std::size_t current_;
+  std::array<std::unique_ptr<Models>, kChannels> models_;  // made when they are first needed
+  std::array<const std::byte*, kChannels> last_{};  // of the chunk; null for a channel that it has not had
+  std::size_t current_ = 0;
 };
 
 /// Codes the colours of the point formats 7 and 8, item version 3: a layer for red, green and blue, and one
-/// for near infrared where there is some. The chunk's records must outlive it, as for all layered items.
+/// for near infrared where there is some. A chunk's records must outlive its encoding, as for all layered
+/// items.
 class Rgb14Encoder {
  public:
-  /// @param channel  of the chunk's first record.
-  /// @param first    its colour, which is not coded.
-  /// @param changes  of each byte of it, the bits that differ in any other record: 6 bytes, or 8 with near
-  ///                 infrared.
-  Rgb14Encoder(std::size_t channel, const std::byte* first, std::span<const std::byte> changes);
+  /// @param hasNir  whether items are of 8 bytes, not of 6.
+  explicit Rgb14Encoder(bool hasNir) : hasNir_(hasNir) {}
+
+  /// Begins a chunk.
+  /// @param channel  of its first record.
+  /// @param first    its first colour, which is not coded.
+  /// @param changes  of each byte of it, the bits that differ in any other record.
+  void start(std::size_t channel, const std::byte* first, std::span<const std::byte> changes);
 
   /// @param channel  as Point14Encoder::encode() gives it.
   void encode(std::size_t channel, const std::byte* color);
 
-  [[nodiscard]] std::size_t numLayers() const { return hasNir_ ? 2 : 1; }
-  /// Ends a layer. @return its bytes, which live as long as this object.
-  [[nodiscard]] std::span<const std::byte> finish(std::size_t layer);
+  /// Ends the layers, whose bytes stay until the next start(): empty ones of what never changes.
+  void finish(std::vector<std::span<const std::byte>>& layers);
 
  private:
   struct Models {
     RgbEncoder rgb;
     NirEncoder nir;
+    void reset();
   };
 
   bool hasNir_;
@@ -84,20 +89,22 @@ class Rgb14Encoder {
 /// Codes extra bytes, item version 3: a layer each.
 class Byte14Encoder {
  public:
+  explicit Byte14Encoder(std::size_t numBytes) : layers_(numBytes) {}
+
   /// The same as for colours.
-  Byte14Encoder(std::size_t channel, const std::byte* first, std::span<const std::byte> changes);
-
+  void start(std::size_t channel, const std::byte* first, std::span<const std::byte> changes);
   void encode(std::size_t channel, const std::byte* bytes);
-
-  [[nodiscard]] std::size_t numLayers() const { return layers_.size(); }
-  [[nodiscard]] std::span<const std::byte> finish(std::size_t layer);
+  void finish(std::vector<std::span<const std::byte>>& layers);
 
  private:
-  using Models = std::vector<SymbolModel<256>>;
+  struct Models {
+    std::vector<SymbolModel<256>> bytes;  // one for each of the item's, once it is coded
+    void reset();
+  };
 
   std::vector<std::size_t> written_;  // the bytes that change
   std::vector<RangeEncoder> layers_;
-  ChannelModels<Models> models_;  // of those that change
+  ChannelModels<Models> models_;
 };
 
 }  // namespace Formats::Laz

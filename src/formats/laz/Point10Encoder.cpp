@@ -43,6 +43,19 @@ Point10Encoder::Point10Encoder()
       ys_(32, kYContexts),
       zs_(32, kZContexts) {}
 
+void Point10Encoder::reset() {
+  changed_.reset();
+  for (ByteModels* const models : {&returns_, &classifications_, &userData_}) {
+    for (ByteModel& model : *models) model.reset();
+  }
+  for (ByteModel& model : scanAngles_) model.reset();
+  for (IntegerEncoder* const numbers : {&intensities_, &sources_, &xs_, &ys_, &zs_}) numbers->reset();
+  xSteps_.fill({});
+  ySteps_.fill({});
+  lastIntensities_.fill(0);
+  lastZs_.fill(0);
+}
+
 void Point10Encoder::encode(const std::byte* record, const std::byte* last, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const unsigned returns = byteAt(record, kReturns);

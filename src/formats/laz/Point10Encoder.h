@@ -18,6 +18,9 @@ class Point10Encoder {
 
   Point10Encoder();
 
+  /// Begins a chunk.
+  void reset();
+
   /// @param last  the record before.
   void encode(const std::byte* record, const std::byte* last, RangeEncoder& stream);
 
@@ -44,8 +47,8 @@ class Point10Encoder {
   IntegerEncoder zs_;
   std::array<StreamingMedian, kReturnContexts> xSteps_;
   std::array<StreamingMedian, kReturnContexts> ySteps_;
-  std::array<std::uint16_t, kReturnContexts> lastIntensities_{};
-  std::array<std::int32_t, kReturnLevels> lastZs_{};
+  std::array<std::uint16_t, kReturnContexts> lastIntensities_;
+  std::array<std::int32_t, kReturnLevels> lastZs_;
 };
 
 }  // namespace Formats::Laz

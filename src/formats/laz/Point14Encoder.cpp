@@ -90,14 +90,11 @@ struct Point14Encoder::Channel {
   static constexpr std::size_t kPlaces = 4;  // among returns: in between, last, first, single
   using ByteModel = SymbolModel<256>;
 
-  explicit Channel(const std::byte* first)
-      : last(first), gpsTimes(GpsTimeEncoder::Unchanged::NotCoded, gpsTimeOf(first)) {
-    lastZs.fill(zOf(first));
-    lastIntensities.fill(intensityOf(first));
-  }
+  /// Begins with a record that is not coded.
+  void start(const std::byte* first);
 
-  const std::byte* last;        // record
-  std::size_t timeChanged = 0;  // in the last record
+  const std::byte* last = nullptr;  // record; null where the chunk has not had the channel
+  std::size_t timeChanged = 0;      // in the last record
 
   std::array<SymbolModel<128>, 8> changed;
   SymbolModel<3> channels;
@@ -118,15 +115,39 @@ struct Point14Encoder::Channel {
   IntegerEncoder scanAngles{16, 2};
   std::array<ByteModel, 64> userData;
   IntegerEncoder sources{16, 1};
-  GpsTimeEncoder gpsTimes;
+  GpsTimeEncoder gpsTimes{GpsTimeEncoder::Unchanged::NotCoded};
 };
+
+void Point14Encoder::Channel::start(const std::byte* first) {
+  const auto resetAll = [](auto& models) {
+    for (auto& model : models) model.reset();
+  };
+  last = first;
+  timeChanged = 0;
+  resetAll(changed);
+  channels.reset();
+  resetAll(numReturns);
+  resetAll(returnNumbers);
+  sameTimeReturns.reset();
+  resetAll(classifications);
+  resetAll(flags);
+  resetAll(userData);
+  for (IntegerEncoder* const numbers : {&xs, &ys, &zs, &intensities, &scanAngles, &sources}) numbers->reset();
+  xSteps.fill({});
+  ySteps.fill({});
+  lastZs.fill(zOf(first));
+  lastIntensities.fill(intensityOf(first));
+  gpsTimes.start(gpsTimeOf(first));
+}
 
 std::size_t Point14Encoder::channelOf(const std::byte* record) {
   return byteAt(record, kFlagsOffset) >> 4U & 3U;
 }
 
-Point14Encoder::Point14Encoder(const std::byte* first, std::span<const std::byte> changes)
-    : current_(channelOf(first)) {
+Point14Encoder::Point14Encoder() = default;
+Point14Encoder::~Point14Encoder() = default;
+
+void Point14Encoder::start(const std::byte* first, std::span<const std::byte> changes) {
   const auto anyOf = [&](std::size_t offset, std::size_t size) {
     return anyBit(changes.subspan(offset, size));
   };
@@ -139,13 +160,26 @@ Point14Encoder::Point14Encoder(const std::byte* first, std::span<const std::byte
   isWritten_[kUserData] = anyOf(kUserDataOffset, 1);
   isWritten_[kSource] = anyOf(kSourceOffset, 2);
   isWritten_[kGpsTime] = anyOf(kGpsTimeOffset, 8);
-  channels_[current_] = std::make_unique<Channel>(first);
+  for (RangeEncoder& layer : layers_) layer.restart();
+  for (const auto& channel : channels_) {
+    if (channel != nullptr) channel->last = nullptr;
+  }
+  current_ = channelOf(first);
+  (void)channelFor(current_, first);
 }
 
-Point14Encoder::~Point14Encoder() = default;
+/// The models and state of a channel, which begin with @p last where the chunk has not had it.
+inline Point14Encoder::Channel& Point14Encoder::channelFor(std::size_t channel, const std::byte* last) {
+  std::unique_ptr<Channel>& found = channels_[channel];
+  if (found == nullptr) found = std::make_unique<Channel>();
+  if (found->last == nullptr) found->start(last);
+  return *found;
+}
 
-std::span<const std::byte> Point14Encoder::finish(std::size_t layer) {
-  return isWritten_[layer] ? layers_[layer].finish() : std::span<const std::byte>();
+void Point14Encoder::finish(std::vector<std::span<const std::byte>>& layers) {
+  for (std::size_t i = 0; i < kLayers; ++i) {
+    layers.push_back(isWritten_[i] ? layers_[i].finish() : std::span<const std::byte>());
+  }
 }
 
 /// With room for a number.
@@ -162,8 +196,7 @@ std::size_t Point14Encoder::encode(const std::byte* record) {
   const std::size_t context = lastReturns.isFirst() | lastReturns.isLast() << 1U | before.timeChanged << 2U;
   const std::size_t channel = channelOf(record);
   const bool isSwitch = channel != current_;
-  if (channels_[channel] == nullptr) channels_[channel] = std::make_unique<Channel>(before.last);
-  Channel& now = *channels_[channel];
+  Channel& now = channelFor(channel, before.last);
   const unsigned changed = changesOf(record, now.last) | (isSwitch ? kChannelChanged : 0U);
   stream.encode(before.changed[context], changed);
   if (isSwitch) stream.encode(before.channels, (channel + kChannels - current_ - 1) % kChannels);

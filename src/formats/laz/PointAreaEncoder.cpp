@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "core/Parallel.h"
-#include "formats/laz/ChunkEncoder.h"
 
 namespace Formats::Laz {
 namespace {
@@ -41,11 +40,14 @@ std::span<const std::byte> PointAreaEncoder::finish() {
 }
 
 void PointAreaEncoder::encodePending() {
-  std::vector<std::vector<std::byte>> chunks((pending_.size() + chunkLength_ - 1) / chunkLength_);
+  const std::size_t numChunks = (pending_.size() + chunkLength_ - 1) / chunkLength_;
+  while (encoders_.size() < numChunks) encoders_.push_back(makeChunkEncoder(vlr_));
+  std::vector<std::span<const std::byte>> chunks(numChunks);
   Core::parallelBlocks(pending_.size(), chunkLength_, [&](std::size_t first, std::size_t last) {
-    chunks[first / chunkLength_] = encodeChunk(vlr_, std::span(pending_).subspan(first, last - first));
+    const std::size_t chunk = first / chunkLength_;
+    chunks[chunk] = encoders_[chunk]->encode(std::span(pending_).subspan(first, last - first));
   });
-  for (const std::vector<std::byte>& chunk : chunks) {
+  for (const std::span<const std::byte> chunk : chunks) {
     encoded_.insert(encoded_.end(), chunk.begin(), chunk.end());
     chunkSizes_.push_back(chunk.size());
     chunkBytes_ += chunk.size();

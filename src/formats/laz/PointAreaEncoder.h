@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
+#include "formats/laz/ChunkEncoder.h"
 #include "formats/laz/LazVlr.h"
 
 namespace Formats::Laz {
@@ -18,7 +20,7 @@ class PointAreaEncoder {
   /// Bytes in front of the first chunk: where the chunk table begins in the file.
   static constexpr std::size_t kTablePlaceSize = 8;
 
-  /// @param vlr  of a fixed chunk size; see encodeChunk().
+  /// @param vlr  of a fixed chunk size; see makeChunkEncoder().
   explicit PointAreaEncoder(LazVlr vlr);
 
   /// @param records  whole records.
@@ -36,6 +38,8 @@ class PointAreaEncoder {
   void encodePending();
 
   LazVlr vlr_;
+  // For the chunks that are encoded at once, in their order; they keep their memory.
+  std::vector<std::unique_ptr<ChunkEncoder>> encoders_;
   std::size_t chunkLength_;         // bytes of a chunk's records
   std::size_t pendingLimit_;        // bytes of the records that are encoded at once
   std::vector<std::byte> pending_;  // records

@@ -9,6 +9,12 @@ constexpr std::size_t kFirstRoom = 4096;
 
 }  // namespace
 
+void RangeEncoder::restart() {
+  window_ = 0;
+  length_ = UINT32_MAX;
+  if (!bytes_.empty()) out_ = bytes_.data() + kWindowStart;
+}
+
 void RangeEncoder::carry() {
   std::byte* at = out_ - kWindowStart - 1;
   while (*at == std::byte{0xFF}) *at-- = std::byte{0};

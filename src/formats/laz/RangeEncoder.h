@@ -21,6 +21,9 @@ class RangeEncoder {
  public:
   static constexpr std::size_t kLongestWrite = 3;
 
+  /// Begins another stream, in the memory of the last one.
+  void restart();
+
   /// See to it that @p writes further calls have room.
   void makeRoom(std::size_t writes) {
     if (static_cast<std::size_t>(end_ - out_) < writes * kLongestWrite) [[unlikely]]
@@ -63,7 +66,7 @@ class RangeEncoder {
   }
 
   /// Ends the stream; nothing may be written behind.
-  /// @return its bytes, which live as long as this object.
+  /// @return its bytes, which stay until restart().
   [[nodiscard]] std::span<const std::byte> finish();
 
  private:

@@ -23,6 +23,11 @@ bool isGrey(const std::byte* color) {
 
 }  // namespace
 
+void RgbEncoder::reset() {
+  changed_.reset();
+  for (auto& model : bytes_) model.reset();
+}
+
 void RgbEncoder::encode(const std::byte* color, const std::byte* last, RangeEncoder& stream) {
   stream.makeRoom(kWrites);
   const unsigned changed = changedBytes<kSize>(color, last) | (isGrey(color) ? 0U : kNotGrey);
@@ -45,6 +50,11 @@ void RgbEncoder::encode(const std::byte* color, const std::byte* last, RangeEnco
     encodeIfChanged(green, step(red));
     encodeIfChanged(blue, (step(red) + step(green)) / 2);
   }
+}
+
+void NirEncoder::reset() {
+  changed_.reset();
+  for (auto& model : bytes_) model.reset();
 }
 
 void NirEncoder::encode(const std::byte* nir, const std::byte* last, RangeEncoder& stream) {

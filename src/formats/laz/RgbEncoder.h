@@ -14,6 +14,8 @@ class RgbEncoder {
   static constexpr std::size_t kSize = 6;
   static constexpr std::size_t kWrites = 7;  // that one colour takes at most
 
+  void reset();
+
   /// @param last  the colour before.
   void encode(const std::byte* color, const std::byte* last, RangeEncoder& stream);
 
@@ -27,6 +29,8 @@ class NirEncoder {
  public:
   static constexpr std::size_t kSize = 2;
   static constexpr std::size_t kWrites = 3;
+
+  void reset();
 
   /// @param last  the number before.
   void encode(const std::byte* nir, const std::byte* last, RangeEncoder& stream);

@@ -22,7 +22,7 @@ std::size_t expectBack(const std::vector<std::uint64_t>& times) {
     std::string records(times.size() * kind.length(), '\0');
     for (std::size_t i = 0; i < times.size(); ++i) put(records, i * kind.length() + offset, times[i]);
     const LazVlr vlr = Formats::Laz::lazVlrFor(format, 0);
-    const std::vector<std::byte> chunk = Formats::Laz::encodeChunk(vlr, bytesOf(records));
+    const std::vector<std::byte> chunk = encodedChunk(vlr, bytesOf(records));
     EXPECT_TRUE(decodedChunk(vlr, chunk, times.size()) == records) << "format " << int{format};
     least = std::min(least, chunk.size());
   }

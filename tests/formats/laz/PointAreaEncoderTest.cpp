@@ -81,8 +81,8 @@ TEST(PointAreaEncoder, MakesTheSameBytesHoweverPointsCome) {
   for (std::size_t first = 0; first < 1'234; first += kChunkSize) {
     const std::size_t count = std::min<std::size_t>(kChunkSize, 1'234 - first);
     const auto part = bytesOf(records).subspan(first * kKind.length(), count * kKind.length());
-    sizes.push_back(encodeChunk(smallChunks(), part).size());
-    append(expected, encodeChunk(smallChunks(), part));
+    sizes.push_back(encodedChunk(smallChunks(), part).size());
+    append(expected, encodedChunk(smallChunks(), part));
   }
   append(expected, Formats::Laz::encodeChunkTable(sizes));
   for (const std::size_t atOnce : {1, 7, 100, 399, 400, 401, 1'234}) {
