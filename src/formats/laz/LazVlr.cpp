@@ -74,7 +74,8 @@ class ItemReader {
     const Kind* const kind = kindOf(item.type);
     if (kind == nullptr) refuse(0, "item type", "0 or 6 to 14", static_cast<unsigned>(item.type));
     const std::string name(kind->name);
-    if (item.size != kind->size && (kind->size != 0 || item.size == 0)) {
+    const bool isOfSize = kind->size == 0 ? item.size != 0 : item.size == kind->size;
+    if (!isOfSize) {
       refuse(2, "size of the item " + name, kind->size == 0 ? "at least 1" : std::to_string(kind->size),
              item.size);
     }

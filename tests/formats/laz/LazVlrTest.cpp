@@ -36,7 +36,7 @@ std::string refusalOf(LazVlr vlr, std::size_t offset, T value) {
 
 TEST(LazVlr, IsReadAsItWasWritten) {
   for (std::uint8_t format = 0; format <= 10; ++format) {
-    for (const std::uint16_t extra : {0, 7}) {
+    for (const std::uint16_t extra : {std::uint16_t{0}, std::uint16_t{7}}) {
       const LazVlr vlr = Formats::Laz::lazVlrFor(format, extra, 1000);
       EXPECT_EQ(readBack(written(vlr)), vlr) << static_cast<int>(format);
     }
