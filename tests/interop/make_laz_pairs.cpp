@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
       writePair(path + "-scanned-extra", extended, scannedRecords(extended, kScannedPoints, 2));
       writePair(path + "-random", plain, randomRecords(plain, kRandomPoints, 3));
       writePair(path + "-random-extra", extended, randomRecords(extended, kRandomPoints, 4));
-      for (const std::size_t few : {1, 2}) {
+      for (const std::size_t few : {1U, 2U}) {
         writePair(path + "-" + std::to_string(few), extended, scannedRecords(extended, few, 5));
       }
     }

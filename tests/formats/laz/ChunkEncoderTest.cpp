@@ -52,7 +52,7 @@ TEST_P(EveryFormat, BringsAnyBytesBack) {
 }
 
 TEST_P(EveryFormat, BringsFewRecordsBack) {
-  for (const std::size_t count : {1, 2, 3}) expectBack(kind(), randomRecords(kind(), count, 7));
+  for (const std::size_t count : {1U, 2U, 3U}) expectBack(kind(), randomRecords(kind(), count, 7));
 }
 
 TEST_P(EveryFormat, BringsTheLargestStepsBack) {

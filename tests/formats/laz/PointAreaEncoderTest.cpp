@@ -51,7 +51,7 @@ std::vector<Chunk> chunksOf(std::vector<std::byte> area, std::uint64_t chunkByte
 }
 
 TEST(PointAreaEncoder, CutsPointsIntoChunksOfOneSize) {
-  for (const std::size_t numPoints : {1, 99, 100, 101, 200, 5'000}) {
+  for (const std::size_t numPoints : {1U, 99U, 100U, 101U, 200U, 5'000U}) {
     const std::string records = scannedRecords(kKind, numPoints, 1);
     PointAreaEncoder encoder(smallChunks());
     std::vector<std::byte> area;
@@ -85,7 +85,7 @@ TEST(PointAreaEncoder, MakesTheSameBytesHoweverPointsCome) {
     append(expected, encodedChunk(smallChunks(), part));
   }
   append(expected, Formats::Laz::encodeChunkTable(sizes));
-  for (const std::size_t atOnce : {1, 7, 100, 399, 400, 401, 1'234}) {
+  for (const std::size_t atOnce : {1U, 7U, 100U, 399U, 400U, 401U, 1'234U}) {
     EXPECT_TRUE(areaOf(records, atOnce) == expected) << atOnce << " at a time";
   }
 }
