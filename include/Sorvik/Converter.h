@@ -22,7 +22,7 @@ enum class ConverterResult : std::int32_t {
   InputNoColorIntensity = 4,             ///< points without colour and intensity, and one of them is required
   /// Cannot occur: points of every format that can be read have positions.
   InputNoPositions = 5,
-  /// Cannot occur: compressed LAS cannot be read, and ends InputPointCloudFormatUnsupported.
+  /// The compressed points of a LAZ file are damaged, or compressed in a way that is not known.
   InputLazDecodeError = 7,
   InputGetInfoError = 8,  ///< a file's header contradicts itself, or ends early
   InputFileNotFound = 9,  ///< an input does not exist
@@ -107,8 +107,8 @@ struct ConverterOptions {
 /// Converts scan files to an octree, as a job that runs once, on the caller's thread or in the background.
 ///
 /// Either the whole octree stands at the output path in the end, or what was there before: a job that fails,
-/// is cancelled or killed leaves nothing that could be taken for one. LAS files are read; the other formats
-/// are known and refused.
+/// is cancelled or killed leaves nothing that could be taken for one. LAS and LAZ files are read; the other
+/// formats are known and refused.
 ///
 /// Threads: all calls but the destructor are safe together while the job runs.
 class SORVIK_API Converter {

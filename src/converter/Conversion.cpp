@@ -108,7 +108,8 @@ class Conversion {
     return true;
   }
 
-  /// Converts with the cube of @p box. False when points lie outside of it; bounds_ are known then.
+  /// Converts with the cube of @p box. False when points lie outside of it, or it is much larger than theirs;
+  /// bounds_ are known then.
   bool convert(const CloudRecords& records, const Sample& sample, const Math::NBoundingBox<double, 3>& box) {
     std::vector<std::string> remarks;
     const OutputGrid grid = gridFor(box, remarks);
@@ -123,6 +124,7 @@ class Conversion {
     for (const auto& scan : scans_) scan->checkUnchanged();
     if (points.outsideGrid) return false;
     if (points.numPoints == 0) throw ConversionError(Result::InputEmpty, "the input holds no points");
+    if (!isCloseTo(box, tightBox(scans_, bounds_))) return false;
 
     report_.remarks.insert(report_.remarks.end(), remarks.begin(), remarks.end());
     write(records, grid, chunksOf(cells, firstCell, records.stride, grid, store), points, store);

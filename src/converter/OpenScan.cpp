@@ -26,7 +26,7 @@ std::unique_ptr<ScanReader> openScan(Core::FileSystem& files, const std::filesys
   const auto formats = scanFormats();
   const auto known = std::find_if(formats.begin(), formats.end(),
                                   [&](const ScanFormat& format) { return format.extension == extension; });
-  if (known == formats.end()) refuse(file, "is no scan file: its name should end in .las");
+  if (known == formats.end()) refuse(file, "is no scan file: its name should end in .las or .laz");
   refuse(file, "files of the format " + std::string(known->name) + " cannot be read yet: export them as LAS");
 }
 

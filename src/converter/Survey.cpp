@@ -77,7 +77,10 @@ Sample::Sample(Scans scans, const std::stop_token& stopToken) {
 }
 
 bool Sample::agreesWith(const Math::NBoundingBox<double, 3>& stated) const {
-  if (points_.empty() || !isCloseTo(stated, box_)) return false;
+  // A sample of compressed points may be a few runs of neighbours, which say little of all points: only when
+  // these have been read shows whether the box is close to them.
+  constexpr double kFarTooLong = 64;
+  if (points_.empty() || longestExtent(stated) > kFarTooLong * longestExtent(box_)) return false;
   // Stated corners are often rounded; who lies inside is seen exactly when the points are read.
   const double margin = std::ldexp(longestExtent(stated), -20);
   for (int axis = 0; axis < 3; ++axis) {

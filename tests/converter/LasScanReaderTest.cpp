@@ -244,7 +244,6 @@ TEST(LasScanReader, TellsKindsThatAreNotReadFromDamage) {
   const auto resultOf = [](const LasFile& file) { return refusalOf(file.bytes()).result; };
   EXPECT_EQ(resultOf(LasFile().patch(0, 'Z')), Result::InputPointCloudFormatUnsupported);
   EXPECT_EQ(resultOf(LasFile().patch(24, std::uint8_t{2})), Result::InputPointCloudFormatUnsupported);
-  EXPECT_EQ(resultOf(LasFile().patch(104, std::uint8_t{0x80})), Result::InputPointCloudFormatUnsupported);
   EXPECT_EQ(resultOf(LasFile(10).patch(104, std::uint8_t{11})), Result::InputPointCloudFormatUnsupported);
   EXPECT_EQ(resultOf(LasFile().recordLength(19)), Result::InputGetInfoError);
   EXPECT_EQ(resultOf(LasFile().patch(96, 5000U)), Result::InputGetInfoError);

@@ -23,49 +23,98 @@ using nlohmann::json;
 using PoTree::Encoding;
 using Testing::WrittenOctree;
 
-/// Every LAS file of the sample data that holds points.
-constexpr std::array kScans{"copclib-first_20_pts",
-                            "derived-lastools-fusa",
-                            "laspy-1_4_w_evlr",
-                            "laspy-simple1_1",
-                            "laspy-simple1_4",
-                            "lasrs-one-point",
-                            "laszip-5points_14",
-                            "lazperf-autzen_trim",
-                            "lazperf-extrabytes",
-                            "lazperf-point-color",
-                            "lazperf-point-color-time",
-                            "lazperf-point10",
-                            "lazperf-point10-1.1",
-                            "liblas-bad_points_1.1",
-                            "loadersgl-pdrf10-1.4",
-                            "loadersgl-pdrf4-1.3",
-                            "loadersgl-pdrf6-1.4",
-                            "loadersgl-pdrf8-1.4",
-                            "loadersgl-points-1.4",
-                            "pdal-1.2-with-color",
-                            "pdal-100-points",
-                            "pdal-autzen-bmx-2010",
-                            "pdal-autzen-thin-srs",
-                            "pdal-autzen_trim_7",
-                            "pdal-bad-geotiff-keys",
-                            "pdal-bad_vlr_count",
-                            "pdal-crop-on-edge",
-                            "pdal-extrabytes",
-                            "pdal-gps-time-nan",
-                            "pdal-mvk-thin",
-                            "pdal-permutation-1.0_0",
-                            "pdal-permutation-1.1_1",
-                            "pdal-permutation-1.2_0",
-                            "pdal-permutation-1.2_2",
-                            "pdal-prec3",
-                            "pdal-sample_c_thin",
-                            "pdal-test1_4",
-                            "pdal-test_epsg_4326",
-                            "potreeconverter-PD0003",
-                            "rlas-example"};
-constexpr const char* kWithoutPoints = "lazperf-no-points-1.3";
-constexpr const char* kWithoutItsPoints = "pdal-1.2-no-points";
+/// Every scan of the LAS family in the sample data that holds points.
+constexpr std::array kScans{"las/copclib-first_20_pts.las",
+                            "las/derived-lastools-fusa.las",
+                            "las/laspy-1_4_w_evlr.las",
+                            "las/laspy-simple1_1.las",
+                            "las/laspy-simple1_4.las",
+                            "las/lasrs-one-point.las",
+                            "las/laszip-5points_14.las",
+                            "las/lazperf-autzen_trim.las",
+                            "las/lazperf-extrabytes.las",
+                            "las/lazperf-point-color.las",
+                            "las/lazperf-point-color-time.las",
+                            "las/lazperf-point10.las",
+                            "las/lazperf-point10-1.1.las",
+                            "las/liblas-bad_points_1.1.las",
+                            "las/loadersgl-pdrf10-1.4.las",
+                            "las/loadersgl-pdrf4-1.3.las",
+                            "las/loadersgl-pdrf6-1.4.las",
+                            "las/loadersgl-pdrf8-1.4.las",
+                            "las/loadersgl-points-1.4.las",
+                            "las/pdal-1.2-with-color.las",
+                            "las/pdal-100-points.las",
+                            "las/pdal-autzen-bmx-2010.las",
+                            "las/pdal-autzen-thin-srs.las",
+                            "las/pdal-autzen_trim_7.las",
+                            "las/pdal-bad-geotiff-keys.las",
+                            "las/pdal-bad_vlr_count.las",
+                            "las/pdal-crop-on-edge.las",
+                            "las/pdal-extrabytes.las",
+                            "las/pdal-gps-time-nan.las",
+                            "las/pdal-mvk-thin.las",
+                            "las/pdal-permutation-1.0_0.las",
+                            "las/pdal-permutation-1.1_1.las",
+                            "las/pdal-permutation-1.2_0.las",
+                            "las/pdal-permutation-1.2_2.las",
+                            "las/pdal-prec3.las",
+                            "las/pdal-sample_c_thin.las",
+                            "las/pdal-test1_4.las",
+                            "las/pdal-test_epsg_4326.las",
+                            "las/potreeconverter-PD0003.las",
+                            "las/rlas-example.las",
+                            "laz/copclib-first_20_pts.laz",
+                            "laz/entwine-ellipsoid-nwu.laz",
+                            "laz/entwine-ellipsoid-sed.laz",
+                            "laz/laspy-1_4_w_evlr.laz",
+                            "laz/laspy-extra.laz",
+                            "laz/laspy-fullwave.laz",
+                            "laz/laspy-plane.laz",
+                            "laz/lasrs-autzen.laz",
+                            "laz/lastools-fusa.laz",
+                            "laz/lastools-lake.laz",
+                            "laz/lazperf-autzen_trim.laz",
+                            "laz/lazperf-extrabytes.laz",
+                            "laz/lazperf-point-color-time.laz",
+                            "laz/lazperf-point-color.laz",
+                            "laz/lazperf-point10-1.1.laz",
+                            "laz/lazperf-point10.laz",
+                            "laz/lidr-MixedConifer.laz",
+                            "laz/lidr-Topography.laz",
+                            "laz/loadersgl-ellipsoid-1.4.laz",
+                            "laz/loadersgl-pdrf10-1.4.laz",
+                            "laz/loadersgl-pdrf4-1.3.laz",
+                            "laz/loadersgl-pdrf6-1.4.laz",
+                            "laz/loadersgl-pdrf8-1.4.laz",
+                            "laz/pdal-faceraster.laz",
+                            "laz/pdal-laszip-generated.laz",
+                            "laz/pdal-liblas-generated.laz",
+                            "laz/pdal-lone-star-split-1.laz",
+                            "laz/rlas-las14_prf6.laz",
+                            "laz/untwine-eb.laz",
+                            "copc/copcjs-ellipsoid.copc.laz",
+                            "copc/pdal-1.2-with-color.copc.laz",
+                            "copc/pdal-tindex-autzen_clip_4326.copc.laz",
+                            "copc/potree-lion_takanawa.copc.laz",
+                            "copc/silvimetric-test_data_2.copc.laz"};
+constexpr std::array kWithoutPoints{"las/lazperf-no-points-1.3.las", "laz/lazperf-no-points-1.3.laz"};
+constexpr const char* kWithoutItsPoints = "las/pdal-1.2-no-points.las";
+constexpr std::array kBroken{"laz/laszip-broken_coder.laz", "laz/laszip-broken_size.laz"};
+/// LAS files and the same records in a LAZ file.
+constexpr std::array<std::pair<const char*, const char*>, 12> kTwins{
+    {{"copclib-first_20_pts.las", "copclib-first_20_pts.laz"},
+     {"derived-lastools-fusa.las", "lastools-fusa.laz"},
+     {"laspy-1_4_w_evlr.las", "laspy-1_4_w_evlr.laz"},
+     {"lazperf-autzen_trim.las", "lazperf-autzen_trim.laz"},
+     {"lazperf-extrabytes.las", "lazperf-extrabytes.laz"},
+     {"lazperf-point-color-time.las", "lazperf-point-color-time.laz"},
+     {"lazperf-point-color.las", "lazperf-point-color.laz"},
+     {"lazperf-point10.las", "lazperf-point10.laz"},
+     {"loadersgl-pdrf10-1.4.las", "loadersgl-pdrf10-1.4.laz"},
+     {"loadersgl-pdrf4-1.3.las", "loadersgl-pdrf4-1.3.laz"},
+     {"loadersgl-pdrf6-1.4.las", "loadersgl-pdrf6-1.4.laz"},
+     {"loadersgl-pdrf8-1.4.las", "loadersgl-pdrf8-1.4.laz"}}};
 
 class Unwatched final : public Converter::Progress {
  public:
@@ -141,10 +190,10 @@ class RealScans : public testing::TestWithParam<std::tuple<const char*, Encoding
  protected:
   void SetUp() override {
     const auto samples = Testing::sampleData();
-    if (!samples) GTEST_SKIP() << "no sample data: needs las in ../shared/data";
-    const std::string name = std::get<0>(GetParam());
-    truth_ = json::parse(Testing::readFile(*samples / "las" / (name + ".truth.json")));
-    report_ = convert(*samples / "las" / (name + ".las"), std::get<1>(GetParam()), folder_.path());
+    if (!samples) GTEST_SKIP() << "no sample data: needs las, laz and copc in ../shared/data";
+    const std::filesystem::path scan = *samples / std::get<0>(GetParam());
+    truth_ = json::parse(Testing::readFile(std::filesystem::path(scan).replace_extension(".truth.json")));
+    report_ = convert(scan, std::get<1>(GetParam()), folder_.path());
     octree_.emplace(folder_.path() / "cloud");
     intensity_ = findPlace(octree_->metaData, "intensity").value();
     classification_ = findPlace(octree_->metaData, "classification").value();
@@ -280,14 +329,25 @@ TEST_P(RealScans, GetMetadataThatTellTheTruth) {
 }
 
 TEST(RealScansThatFail, AFileWithoutPointsIsAnEmptyInput) {
-  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutPoints + ".las");
+  SORVIK_SAMPLE_OR_SKIP(samples, ".");
+  for (const char* const scan : kWithoutPoints) {
+    std::string message;
+    EXPECT_EQ(resultOf(samples / scan, {}, message), Converter::Result::InputEmpty);
+    EXPECT_THAT(message, testing::HasSubstr("no points"));
+  }
+}
+
+TEST(RealScansThatFail, ACompressionThatIsNotKnownIsRefused) {
+  SORVIK_SAMPLE_OR_SKIP(samples, ".");
   std::string message;
-  EXPECT_EQ(resultOf(scan, {}, message), Converter::Result::InputEmpty);
-  EXPECT_THAT(message, testing::HasSubstr("no points"));
+  EXPECT_EQ(resultOf(samples / kBroken[0], {}, message), Converter::Result::InputLazDecodeError);
+  EXPECT_THAT(message, testing::EndsWith("laszip-broken_coder.laz, byte 283: coder: expected 0, found 15"));
+  EXPECT_EQ(resultOf(samples / kBroken[1], {}, message), Converter::Result::InputLazDecodeError);
+  EXPECT_THAT(message, testing::EndsWith("byte 319: version of the item POINT10: expected 1 to 2, found 6"));
 }
 
 TEST(RealScansThatFail, AFileThatEndsBeforeItsPointsIsRefusedWithBothCounts) {
-  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutItsPoints + ".las");
+  SORVIK_SAMPLE_OR_SKIP(scan, kWithoutItsPoints);
   std::string message;
   EXPECT_EQ(resultOf(scan, {}, message), Converter::Result::InputCannotRead);
   EXPECT_THAT(message, testing::AllOf(testing::HasSubstr(scan.filename().string()),
@@ -295,20 +355,51 @@ TEST(RealScansThatFail, AFileThatEndsBeforeItsPointsIsRefusedWithBothCounts) {
 }
 
 TEST(RealScansThatFail, AFileThatEndsBeforeItsPointsIsEmptyWhenThatIsAllowed) {
-  SORVIK_SAMPLE_OR_SKIP(scan, std::string("las/") + kWithoutItsPoints + ".las");
+  SORVIK_SAMPLE_OR_SKIP(scan, kWithoutItsPoints);
   std::string message;
   EXPECT_EQ(resultOf(scan, {/*allowTruncated=*/true}, message), Converter::Result::InputEmpty);
 }
 
 TEST(RealScansThatFail, NoFileOfTheSampleDataIsLeftOut) {
-  SORVIK_SAMPLE_OR_SKIP(folder, "las");
+  SORVIK_SAMPLE_OR_SKIP(samples, ".");
   std::set<std::string> tested(kScans.begin(), kScans.end());
-  tested.insert({kWithoutPoints, kWithoutItsPoints});
+  tested.insert(kWithoutPoints.begin(), kWithoutPoints.end());
+  tested.insert(kBroken.begin(), kBroken.end());
+  tested.insert(kWithoutItsPoints);
   std::set<std::string> there;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    if (entry.path().extension() == ".las") there.insert(entry.path().stem());
+  for (const std::string folder : {"las", "laz", "copc"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(samples / folder)) {
+      const auto extension = entry.path().extension();
+      if (extension == ".las" || extension == ".laz") {
+        there.insert(folder + '/' + entry.path().filename().string());
+      }
+    }
   }
   EXPECT_EQ(there, tested);
+}
+
+/// The bytes of the octree that a scan becomes, whatever its name.
+std::map<std::string, std::string> octreeOf(const std::filesystem::path& scan) {
+  const Testing::TempFolder folder;
+  convert(scan, Encoding::Uncompressed, folder.path());
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "cloud")) {
+    files[entry.path().filename()] = Testing::readFile(entry.path());
+  }
+  auto metaData = json::parse(files.at("metadata.json"));
+  metaData.erase("name");
+  files["metadata.json"] = metaData.dump();
+  return files;
+}
+
+TEST(RealScanTwins, BecomeTheSameOctreeCompressedAndNot) {
+  SORVIK_SAMPLE_OR_SKIP(samples, ".");
+  for (const auto& twins : kTwins) {
+    SCOPED_TRACE(twins.second);
+    const auto ofLas = octreeOf(samples / "las" / twins.first);
+    EXPECT_GT(ofLas.at("octree.bin").size(), 100U);
+    EXPECT_TRUE(ofLas == octreeOf(samples / "laz" / twins.second));
+  }
 }
 
 }  // namespace

@@ -87,11 +87,11 @@ TEST(TightBox, IsRefusedWithoutPointsOrWhenItIsNotFinite) {
   EXPECT_EQ(result(floats), Converter::Result::InputDegeneratedBBox) << "no extent";
 }
 
-TEST(Sample, AgreesWithABoxThatHoldsItAndIsCloseToIt) {
+TEST(Sample, AgreesWithABoxThatHoldsItAndIsNotAbsurdlyLarge) {
   const Sample sample(scansOf({diagonal()}), {});
   EXPECT_TRUE(sample.agreesWith({{{0, 0, 0}}, {{99, 99, 99}}}));
-  EXPECT_TRUE(sample.agreesWith({{{-50, 0, 0}}, {{148, 99, 99}}}));
-  EXPECT_FALSE(sample.agreesWith({{{-50, 0, 0}}, {{149, 99, 99}}}));
+  EXPECT_TRUE(sample.agreesWith({{{0, 0, 0}}, {{64 * 99, 99, 99}}}));
+  EXPECT_FALSE(sample.agreesWith({{{-50, 0, 0}}, {{64 * 99, 99, 99}}}));
   EXPECT_FALSE(sample.agreesWith({{{0, 1, 0}}, {{99, 99, 99}}}));
   EXPECT_FALSE(sample.agreesWith({{{0, 0, 0}}, {{99, 99, 98}}}));
   EXPECT_TRUE(sample.agreesWith({{{0, 0, 1e-5}}, {{99, 99, 99}}})) << "a rounded corner";

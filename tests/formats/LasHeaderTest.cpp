@@ -98,12 +98,13 @@ TEST(LasHeader, SaysThatAMajorVersionIsNotRead) {
             "a.las, byte 24: version: expected 1.0 to 1.5, found 2.2");
 }
 
-TEST(LasHeader, SaysThatCompressedPointsAreNotRead) {
-  for (const int bits : {0x40, 0x80, 0xC0}) {
-    const auto format = static_cast<std::uint8_t>(1 | bits);
-    EXPECT_THAT(refusal<UnsupportedFormat>(LasFile(1).patch(104, format)),
-                HasSubstr("compressed ones (LAZ)"));
+TEST(LasHeader, TellsCompressedPointsByTheUpperBitsOfTheFormat) {
+  for (const int format : {0x81, 0x41, 0xC1}) {
+    const LasHeader header = readHeader(LasFile(1).patch(104, static_cast<std::uint8_t>(format)).bytes());
+    EXPECT_TRUE(header.isCompressed);
+    EXPECT_EQ(header.pointFormat, 1);
   }
+  EXPECT_FALSE(readHeader(LasFile(1).bytes()).isCompressed);
 }
 
 TEST(LasHeader, SaysThatPointFormatsAboveTenAreNotRead) {
