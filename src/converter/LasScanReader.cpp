@@ -3,17 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include "converter/ConversionError.h"
-#include "core/FormatError.h"
+#include "converter/ScanFile.h"
 #include "formats/LasExtraBytes.h"
 #include "formats/LasHeader.h"
 #include "formats/LasPoints.h"
 #include "formats/LasProjection.h"
 #include "formats/LasVlr.h"
-#include "formats/UnsupportedFormat.h"
 
 namespace Converter {
 namespace {
@@ -26,34 +24,6 @@ constexpr std::uint64_t kSampleGroup = 256;
 constexpr std::uint64_t kLongestRecord = std::uint64_t{1} << 24U;
 
 static_assert(RecordTarget::kUnwanted == Formats::LasPointDecoder::kUnwanted);
-
-/// Runs @p work; bytes that cannot be read or make no sense become a ConversionError of @p damage.
-template <class Work>
-auto translated(Result damage, const Work& work) {
-  try {
-    return work();
-  } catch (const Formats::UnsupportedFormat& error) {
-    throw ConversionError(Result::InputPointCloudFormatUnsupported, error.what());
-  } catch (const Core::FormatError& error) {
-    throw ConversionError(damage, error.what());
-  } catch (const std::system_error& error) {
-    throw ConversionError(Result::InputCannotRead, error.what());
-  }
-}
-
-std::unique_ptr<Core::ReadableFile> openFile(Core::FileSystem& files, const std::filesystem::path& path) {
-  try {
-    return files.open(path);
-  } catch (const std::system_error& error) {
-    const std::error_code code = error.code();
-    const bool isMissing = code == std::errc::no_such_file_or_directory || code == std::errc::not_a_directory;
-    const bool isNoFile = code == std::errc::is_a_directory || code == std::errc::invalid_argument;
-    throw ConversionError(isMissing  ? Result::InputFileNotFound
-                          : isNoFile ? Result::InputNotFile
-                                     : Result::InputCannotRead,
-                          error.what());
-  }
-}
 
 /// The data of a record; empty, with a warning, where it is longer than any that makes sense.
 std::vector<std::byte> dataOf(const Formats::LasVlr& record, const Core::ReadableFile& file,
@@ -154,7 +124,7 @@ class LasScanReader final : public ScanReader {
   }
 
   void checkUnchanged() const override {
-    translated(Result::InputCannotRead, [&] {
+    withResults(Result::InputCannotRead, [&] {
       if (file_->size() == fileSize_ && file_->modificationTime() == modificationTime_) return;
       throw ConversionError(Result::InputCannotRead, info_.name + ": the file was changed while it was read");
     });
@@ -169,8 +139,8 @@ class LasScanReader final : public ScanReader {
     const auto buffer = std::make_unique_for_overwrite<std::byte[]>(perPart * length);
     for (std::size_t first = 0; first < count; first += perPart) {
       const std::span records(buffer.get(), std::min(perPart, count - first) * length);
-      translated(Result::InputCannotRead,
-                 [&] { file_->read(dataOffset_ + (firstRecord + first) * length, records); });
+      withResults(Result::InputCannotRead,
+                  [&] { file_->read(dataOffset_ + (firstRecord + first) * length, records); });
       use(first, records);
     }
   }
@@ -276,8 +246,8 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
 
 std::unique_ptr<ScanReader> openLas(Core::FileSystem& files, const std::filesystem::path& path,
                                     const LasReadOptions& options) {
-  return translated(Result::InputGetInfoError,
-                    [&] { return openScan(openFile(files, path), path.string(), options); });
+  return withResults(Result::InputGetInfoError,
+                     [&] { return openScan(openScanFile(files, path), path.string(), options); });
 }
 
 }  // namespace Converter
