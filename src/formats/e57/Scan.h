@@ -54,6 +54,7 @@ struct ValueRange {
     return minimum <= other.minimum && other.maximum <= maximum;
   }
   void expand(const ValueRange& other);
+  bool operator==(const ValueRange&) const = default;
 };
 
 /// How the values of one field are stored: each in `bits` bits of the field's byte stream. Integers are
