@@ -107,11 +107,11 @@ class E57ScanReader final : public ScanReader {
       all.add({dropped_[block].invalid, dropped_[block].notFinite});
     }
     std::vector<std::string> remarks;
-    const auto add = [&](std::uint64_t count, const char* what) {
-      if (count != 0) remarks.push_back(std::to_string(count) + " points were left out: " + what);
+    const auto add = [&](const char* what, std::uint64_t count) {
+      if (count != 0) remarks.push_back(std::string(what) + " were left out: " + std::to_string(count) + '.');
     };
-    add(all.invalid, "their scan flags them as no measurement.");
-    add(all.notFinite, "their coordinates are no finite numbers.");
+    add("Points that are flagged as no measurement", all.invalid);
+    add("Points whose coordinates are no finite numbers", all.notFinite);
     return remarks;
   }
 
