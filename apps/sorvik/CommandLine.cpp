@@ -64,7 +64,7 @@ void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
       ->type_name("NAME,...");
   points
       ->add_option("-o,--output", texts.file,
-                   "Write the points to a .las, .ply or .csv file, not to standard output")
+                   "Write the points to a .las, .laz, .ply or .csv file, not to standard output")
       ->type_name("FILE");
   points->add_flag("--count", options.count, "Print only how many points there are");
   points->add_flag("--json", options.json, "Print a summary as one JSON object: sums, extremes, classes");
@@ -106,7 +106,7 @@ struct MakeSampleTexts {
 
 void addMakeSample(CLI::App& app, MakeSampleOptions& options, MakeSampleTexts& texts) {
   CLI::App* const sample = app.add_subcommand("make-sample", "Write a synthetic airborne survey");
-  sample->add_option("FILE", options.file, "A .las, .ply or .csv file")->required()->type_name("");
+  sample->add_option("FILE", options.file, "A .las, .laz, .ply or .csv file")->required()->type_name("");
   sample->add_option("--points", texts.points, "How many points: 1000000 unless given")->type_name("N");
   sample->add_option("--seed", texts.seed, "Which survey, 0 to 2^64 - 1: 1 unless given")->type_name("S");
   sample->add_flag("--json", options.json, "Print one JSON object");

@@ -17,11 +17,11 @@ Sorvik::PointFileAttribute fileAttribute(const Sorvik::Attribute& attribute) {
           attribute.description, attribute.scale, attribute.offset};
 }
 
-/// LAS has a place for every attribute in its stored type.
+/// LAS, compressed or not, has a place for every attribute in its stored type.
 bool isLas(const std::string& path) {
   std::string extension = std::filesystem::path(path).extension().string();
   for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  return extension == ".las";
+  return extension == ".las" || extension == ".laz";
 }
 
 /// The values of a column that every chunk has.

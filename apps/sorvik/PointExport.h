@@ -10,7 +10,7 @@
 
 namespace Program {
 
-/// Writes the points of chunks, in the frame that the layout's origin says: to LAS files every attribute as
+/// Writes the points of chunks, in the frame that the layout's origin says: to LAS and LAZ files every attribute as
 /// it is stored, to others the columns that every chunk has (intensity, rgb, classification, normals) and the
 /// layout's further attributes. Coordinates are exact where chunks bring the attribute "position".
 class PointExport {

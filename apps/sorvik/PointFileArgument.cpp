@@ -9,7 +9,7 @@
 namespace Program {
 
 void checkPointFile(std::string_view option, const std::string& path) {
-  constexpr const char* kUse = ": use .las, .ply or .csv";
+  constexpr const char* kUse = ": use .las, .laz, .ply or .csv";
   if (Sorvik::PointFileWriter::canWrite(widePath(path))) return;
   const std::string extension = std::filesystem::path(path).extension().string();
   if (extension.empty()) throw CallError(std::string(option) + ": '" + path + "' has no extension" + kUse);

@@ -30,8 +30,9 @@ struct PointFileAttribute {
 
 /// What a point file is to hold.
 ///
-/// LAS files are of version 1.4. These attributes, of these names and types, go to the places that LAS has
-/// for them; all others become extra bytes: "intensity", "point source id", "nir" (UInt16), "return number",
+/// LAS files are of version 1.4, and so are LAZ files, which are LAS files with compressed points: what is
+/// said of LAS holds for both. These attributes, of these names and types, go to the places that LAS has for
+/// them; all others become extra bytes: "intensity", "point source id", "nir" (UInt16), "return number",
 /// "number of returns", "classification", "user data" (UInt8), "classification flags" (UInt8: 1 synthetic,
 /// 2 key point, 4 withheld, 8 overlap), "scan flags" (UInt8: bits 0 and 1 scanner channel, 2 scan direction,
 /// 3 edge of flight line), "scan angle" (Int16, steps of 0.006 degrees) or "scan angle rank" (Int8, degrees),
@@ -88,7 +89,10 @@ class PointFileColumn {
 };
 
 /// Writes points to a file, batch by batch, in little memory whatever their number. The name's extension says
-/// the format: .las, .ply or .csv, in small or capital letters.
+/// the format: .las, .laz, .ply or .csv, in small or capital letters.
+///
+/// LAZ files are compressed on all processors, in chunks of 50,000 points, two a processor at once; the bytes
+/// do not depend on how many processors there are.
 ///
 /// The file appears under its name with close(): until then it is written beside it, under the name with
 /// ".partial" behind, and a file of that name stays as it was. What was not closed is removed.
@@ -103,9 +107,7 @@ class SORVIK_API PointFileWriter {
   ///         a scale that is not above 0, an offset that is not finite, attributes without a name, of equal
   ///         names, of no elements, of more scales or offsets than elements; for LAS more than 65,535 bytes a
   ///         point.
-  /// @throws std::runtime_error naming the path when it cannot be written, or is there and no plain file;
-  /// "LAZ
-  ///         files are not written yet" for the extension .laz.
+  /// @throws std::runtime_error naming the path when it cannot be written, or is there and no plain file.
   PointFileWriter(const std::wstring& path, const PointFileLayout& layout);
 
   /// Hands CSV text, whole lines, to @p sink as it comes, instead of writing a file. What @p sink throws

@@ -69,10 +69,12 @@ std::unique_ptr<::Formats::PointWriter> makeWriter(const std::filesystem::path& 
                                                    const ::Formats::PointFileLayout& layout) {
   const std::string extension = extensionOf(path);
   if (extension == ".las") return std::make_unique<::Formats::LasWriter>(layout);
+  if (extension == ".laz") {
+    return std::make_unique<::Formats::LasWriter>(layout, ::Formats::LasCompression::Laz);
+  }
   if (extension == ".ply") return std::make_unique<::Formats::PlyWriter>(layout);
   if (extension == ".csv") return std::make_unique<::Formats::CsvWriter>(layout);
-  if (extension == ".laz") throw std::runtime_error(path.string() + ": LAZ files are not written yet");
-  throw std::invalid_argument(path.string() + ": the extension is none of .las, .ply, .csv");
+  throw std::invalid_argument(path.string() + ": the extension is none of .las, .laz, .ply, .csv");
 }
 
 /// The values of @p column for @p numPoints points.
@@ -164,7 +166,7 @@ PointFileWriter::~PointFileWriter() = default;
 
 bool PointFileWriter::canWrite(const std::wstring& path) {
   const std::string extension = extensionOf(::Core::utf8FromWide(path));
-  return extension == ".las" || extension == ".ply" || extension == ".csv";
+  return extension == ".las" || extension == ".laz" || extension == ".ply" || extension == ".csv";
 }
 
 void PointFileWriter::write(Span<const double> positions, Span<const PointFileColumn> columns) {

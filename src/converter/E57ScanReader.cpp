@@ -8,6 +8,7 @@
 
 #include "converter/ConversionError.h"
 #include "converter/E57Part.h"
+#include "converter/InputErrors.h"
 #include "converter/ScanFile.h"
 #include "formats/e57/Document.h"
 #include "formats/e57/Header.h"
@@ -22,10 +23,10 @@ using E57::PacketIndex;
 
 static_assert(RecordTarget::kUnwanted == E57::PointTarget::kUnwanted);
 
-/// As withResults(), where a damaged page counts as one that cannot be read.
+/// As translated(), where a damaged page counts as one that cannot be read.
 template <class Work>
 auto withPages(Result damage, const Work& work) {
-  return withResults(damage, [&] {
+  return translated(damage, [&] {
     try {
       return work();
     } catch (const E57::DamagedPage& error) {
@@ -167,7 +168,7 @@ E57::Header readHeader(const E57File& file) {
   std::vector<std::byte> bytes(std::min<std::uint64_t>(file.size, E57::kHeaderSize));
   file.file->read(0, bytes);
   const E57::Header header = E57::readHeader(bytes, file.name);
-  withResults(Result::InputCannotRead, [&] { E57::checkFileLength(header, file.size, file.name); });
+  translated(Result::InputCannotRead, [&] { E57::checkFileLength(header, file.size, file.name); });
   file.pages(1).read(0, bytes);  // for its checksum
   return header;
 }

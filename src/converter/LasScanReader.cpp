@@ -3,23 +3,27 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "converter/ConversionError.h"
+#include "converter/InputErrors.h"
+#include "converter/LasRecords.h"
+#include "converter/LazRecords.h"
+#include "converter/LazRuns.h"
+#include "converter/PlainLasRecords.h"
 #include "converter/ScanFile.h"
+#include "core/FormatError.h"
 #include "formats/LasExtraBytes.h"
 #include "formats/LasHeader.h"
 #include "formats/LasPoints.h"
 #include "formats/LasProjection.h"
 #include "formats/LasVlr.h"
+#include "formats/laz/LazVlr.h"
 
 namespace Converter {
 namespace {
 
-// Read and decoded at a time, so that records are still in a near cache when they are decoded.
-constexpr std::size_t kBytesPerRead = std::size_t{1} << 17U;
-// Neighbouring records of a sample: fewer bytes than a disk reads at once anyway.
-constexpr std::uint64_t kSampleGroup = 256;
 // Coordinate systems and descriptions take kilobytes.
 constexpr std::uint64_t kLongestRecord = std::uint64_t{1} << 24U;
 
@@ -71,102 +75,73 @@ std::vector<Formats::LasVlr> listRecords(const Formats::LasHeader& header,
 class LasScanReader final : public ScanReader {
  public:
   LasScanReader(std::unique_ptr<Core::ReadableFile> file, std::uint64_t fileSize,
-                const Formats::LasHeader& header, const Formats::LasPointData& points,
+                std::unique_ptr<LasRecords> records, const std::array<bool, 3>& complemented,
                 Formats::LasPointDecoder decoder, ScanInfo info)
       : file_(std::move(file)),
         fileSize_(fileSize),
         modificationTime_(file_->modificationTime()),
-        dataOffset_(points.offset),
-        complemented_(header.complemented),
+        records_(std::move(records)),
+        complemented_(complemented),
         decoder_(std::move(decoder)),
         info_(std::move(info)) {}
 
   [[nodiscard]] const ScanInfo& info() const override { return info_; }
 
-  [[nodiscard]] std::uint64_t numBlocks() const override {
-    return info_.numPoints / kMostPointsPerBlock + (info_.numPoints % kMostPointsPerBlock != 0 ? 1 : 0);
-  }
+  [[nodiscard]] std::uint64_t numBlocks() const override { return records_->numBlocks(); }
 
   [[nodiscard]] std::size_t mostPointsOf(std::uint64_t block) const override {
-    const std::uint64_t left = info_.numPoints - block * kMostPointsPerBlock;
-    return static_cast<std::size_t>(std::min<std::uint64_t>(left, kMostPointsPerBlock));
+    return records_->mostPointsOf(block);
   }
 
   std::size_t readBlock(std::uint64_t block, const RecordTarget& target,
                         BlockCoordinates& coordinates) const override {
-    const std::size_t count = mostPointsOf(block);
     coordinates.world.clear();
-    coordinates.stored.resize(count * 3);
-    forEachPart(
-        block * kMostPointsPerBlock, count, [&](std::size_t first, std::span<const std::byte> records) {
-          decoder_.decode(records, target.records + first * target.stride, target.stride, target.offsets);
+    coordinates.stored.resize(mostPointsOf(block) * 3);
+    const bool wantsFields =
+        std::any_of(target.offsets.begin(), target.offsets.end(),
+                    [](std::size_t offset) { return offset != RecordTarget::kUnwanted; });
+    const std::size_t count = records_->read(
+        block, wantsFields ? LasRecords::Fields::All : LasRecords::Fields::Coordinates,
+        [&](std::size_t first, std::span<const std::byte> records) {
+          if (wantsFields) {
+            decoder_.decode(records, target.records + first * target.stride, target.stride, target.offsets);
+          }
           decoder_.decodeCoordinates(records, complemented_, coordinates.stored.data() + first * 3);
         });
+    coordinates.stored.resize(count * 3);
     return count;
   }
 
   [[nodiscard]] std::vector<Math::Point<double, 3>> sample(std::size_t count) const override {
+    const ScanInfo::Grid& grid = *info_.grid;
     std::vector<Math::Point<double, 3>> points;
-    const std::uint64_t total = info_.numPoints;
-    const std::uint64_t groups = count / kSampleGroup + (count % kSampleGroup != 0 ? 1 : 0);
-    if (groups == 0) return points;
-    if (groups >= total / kSampleGroup) {  // groups would overlap
-      appendWorld(0, total, points);
-      return points;
-    }
-    // Groups begin at whole shares of what is left for the first record of one.
-    const std::uint64_t gaps = std::max<std::uint64_t>(groups, 2) - 1;
-    const std::uint64_t span = total - kSampleGroup;
-    for (std::uint64_t group = 0; group < groups; ++group) {
-      appendWorld(span / gaps * group + span % gaps * group / gaps, kSampleGroup, points);
-    }
+    std::vector<std::int32_t> stored;
+    records_->sample(count, [&](std::size_t /*first*/, std::span<const std::byte> records) {
+      stored.resize(records.size() / decoder_.recordLength() * 3);
+      decoder_.decodeCoordinates(records, complemented_, stored.data());
+      for (std::size_t i = 0; i < stored.size(); i += 3) {
+        Math::Point<double, 3> world;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          world[static_cast<int>(axis)] = stored[i + axis] * grid.scale[axis] + grid.offset[axis];
+        }
+        points.push_back(world);
+      }
+    });
     return points;
   }
 
   void checkUnchanged() const override {
-    withResults(Result::InputCannotRead, [&] {
+    translated(Result::InputCannotRead, [&] {
       if (file_->size() == fileSize_ && file_->modificationTime() == modificationTime_) return;
       throw ConversionError(Result::InputCannotRead, info_.name + ": the file was changed while it was read");
     });
   }
 
  private:
-  /// Reads records and hands them to @p use in parts, with the number of those before each part.
-  template <class Use>
-  void forEachPart(std::uint64_t firstRecord, std::size_t count, const Use& use) const {
-    const std::size_t length = decoder_.recordLength();
-    const std::size_t perPart = std::min(std::max(kBytesPerRead / length, std::size_t{1}), count);
-    const auto buffer = std::make_unique_for_overwrite<std::byte[]>(perPart * length);
-    for (std::size_t first = 0; first < count; first += perPart) {
-      const std::span records(buffer.get(), std::min(perPart, count - first) * length);
-      withResults(Result::InputCannotRead,
-                  [&] { file_->read(dataOffset_ + (firstRecord + first) * length, records); });
-      use(first, records);
-    }
-  }
-
-  void appendWorld(std::uint64_t firstRecord, std::uint64_t count,
-                   std::vector<Math::Point<double, 3>>& points) const {
-    const ScanInfo::Grid& grid = *info_.grid;
-    std::vector<std::int32_t> stored;
-    forEachPart(firstRecord, static_cast<std::size_t>(count),
-                [&](std::size_t, std::span<const std::byte> records) {
-                  stored.resize(records.size() / decoder_.recordLength() * 3);
-                  decoder_.decodeCoordinates(records, complemented_, stored.data());
-                  for (std::size_t i = 0; i < stored.size(); i += 3) {
-                    Math::Point<double, 3> world;
-                    for (std::size_t axis = 0; axis < 3; ++axis) {
-                      world[static_cast<int>(axis)] = stored[i + axis] * grid.scale[axis] + grid.offset[axis];
-                    }
-                    points.push_back(world);
-                  }
-                });
-  }
-
   std::unique_ptr<Core::ReadableFile> file_;
   std::uint64_t fileSize_;
   std::int64_t modificationTime_;
-  std::uint64_t dataOffset_;
+  std::unique_ptr<LasRecords> records_;
   std::array<bool, 3> complemented_;
   Formats::LasPointDecoder decoder_;
   ScanInfo info_;
@@ -206,6 +181,42 @@ std::uint64_t numPointsOf(const Formats::LasHeader& header, const Formats::LasPo
   return std::min(header.numPoints, points.numPresent);
 }
 
+/// "POINT10 version 2, BYTE version 2 in 24 bytes"
+std::string listOf(const std::vector<Formats::Laz::Item>& items) {
+  std::string list;
+  std::size_t size = 0;
+  for (const Formats::Laz::Item& item : items) {
+    list += (list.empty() ? "" : ", ") + nameOf(item);
+    size += item.size;
+  }
+  return list + " in " + std::to_string(size) + " bytes";
+}
+
+/// The record that says how the points are compressed.
+Formats::Laz::LazVlr readCompression(const std::vector<Formats::LasVlr>& records,
+                                     const Formats::LasHeader& header, const Core::ReadableFile& file,
+                                     const Core::Source& source) {
+  using namespace Formats::Laz;
+  const auto record = std::find_if(records.begin(), records.end(), [](const Formats::LasVlr& one) {
+    return one.is(kVlrUserId, kVlrRecordId);
+  });
+  if (record == records.end()) {
+    throw Core::FormatError({source.name, header.headerSize}, "records of compressed points",
+                            "one that says how they are compressed", "none");
+  }
+  std::vector<std::byte> data(std::min(record->dataSize, kLongestRecord));
+  file.read(record->dataOffset, data);
+  const Core::Source place{source.name, record->dataOffset};
+  LazVlr vlr = readLazVlr(data, place);
+  if (vlr.recordLength() != header.recordLength || !isOfPointFormat(vlr, header.pointFormat)) {
+    throw Core::FormatError(place, "items of compressed points",
+                            "those of point format " + std::to_string(header.pointFormat) + " in " +
+                                std::to_string(header.recordLength) + " bytes",
+                            listOf(vlr.items));
+  }
+  return vlr;
+}
+
 ScanInfo infoOf(const Formats::LasHeader& header, const std::string& name) {
   ScanInfo info;
   info.name = name;
@@ -214,6 +225,29 @@ ScanInfo infoOf(const Formats::LasHeader& header, const std::string& name) {
   info.toAdjustedStandardTime = header.toAdjustedStandardTime;
   info.warnings = header.warnings;
   return info;
+}
+
+std::unique_ptr<LasRecords> openPlain(const Core::ReadableFile& file, const Formats::LasHeader& header,
+                                      const Formats::LasPointData& points, const LasReadOptions& options,
+                                      ScanInfo& info) {
+  info.numPoints = numPointsOf(header, points, options, info.name, info.warnings);
+  return std::make_unique<PlainLasRecords>(file, points.offset, header.recordLength, info.numPoints);
+}
+
+std::unique_ptr<LasRecords> openCompressed(const Core::ReadableFile& file, const Formats::LasHeader& header,
+                                           const Formats::LasPointData& points,
+                                           const std::vector<Formats::LasVlr>& vlrs,
+                                           const LasReadOptions& options, ScanInfo& info) {
+  const Core::Source source{info.name};
+  return translated(Result::InputLazDecodeError, [&]() -> std::unique_ptr<LasRecords> {
+    const Formats::Laz::LazVlr vlr = readCompression(vlrs, header, file, source);
+    if (vlr.compressor == Formats::Laz::Compressor::None)
+      return openPlain(file, header, points, options, info);
+    LazRuns found = findLazRuns(file, header, vlr, options.allowTruncated, source);
+    info.numPoints = found.numPoints;
+    info.warnings.insert(info.warnings.end(), found.warnings.begin(), found.warnings.end());
+    return std::make_unique<LazRecords>(file, info.name, vlr, std::move(found.runs), options.allowTruncated);
+  });
 }
 
 /// Opens what is known to be a regular file; throws what the readers of bytes throw.
@@ -225,11 +259,13 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
   const Formats::LasHeader header = readHeader(*file, fileSize, source);
   const Formats::LasPointData points = findPoints(header, *file, fileSize, source);
   ScanInfo info = infoOf(header, name);
-  info.numPoints = numPointsOf(header, points, options, name, info.warnings);
+  const auto vlrs = listRecords(header, points, *file, fileSize, info.warnings);
+  std::unique_ptr<LasRecords> records = header.isCompressed
+                                            ? openCompressed(*file, header, points, vlrs, options, info)
+                                            : openPlain(*file, header, points, options, info);
 
-  const auto records = listRecords(header, points, *file, fileSize, info.warnings);
   const auto find = [&](std::string_view userId, std::uint16_t recordId) {
-    return findRecord(records, userId, recordId, *file, info.warnings);
+    return findRecord(vlrs, userId, recordId, *file, info.warnings);
   };
   info.projection = Formats::projectionOf({find("LASF_Projection", 2112), find("liblas", 2112),
                                            find("LASF_Projection", 34735), find("LASF_Projection", 34737)},
@@ -238,16 +274,16 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
       find("LASF_Spec", 4), header.recordLength - Formats::lasRecordSize(header.pointFormat), info.warnings);
   Formats::LasPointDecoder decoder(header.pointFormat, header.recordLength, extraFields);
   info.attributes = decoder.attributes();
-  return std::make_unique<LasScanReader>(std::move(file), fileSize, header, points, std::move(decoder),
-                                         std::move(info));
+  return std::make_unique<LasScanReader>(std::move(file), fileSize, std::move(records), header.complemented,
+                                         std::move(decoder), std::move(info));
 }
 
 }  // namespace
 
 std::unique_ptr<ScanReader> openLas(Core::FileSystem& files, const std::filesystem::path& path,
                                     const LasReadOptions& options) {
-  return withResults(Result::InputGetInfoError,
-                     [&] { return openScan(openScanFile(files, path), path.string(), options); });
+  return translated(Result::InputGetInfoError,
+                    [&] { return openScan(openScanFile(files, path), path.string(), options); });
 }
 
 }  // namespace Converter

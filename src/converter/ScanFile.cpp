@@ -1,5 +1,9 @@
 #include "converter/ScanFile.h"
 
+#include <system_error>
+
+#include "converter/ConversionError.h"
+
 namespace Converter {
 
 std::unique_ptr<Core::ReadableFile> openScanFile(Core::FileSystem& files, const std::filesystem::path& path) {

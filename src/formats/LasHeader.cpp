@@ -18,6 +18,7 @@ constexpr std::size_t kHeaderWith64BitCounts = 375;
 constexpr std::uint8_t kNewestMinorVersion = 5;
 constexpr std::uint8_t kNewestPointFormat = 10;
 constexpr std::uint8_t kFirstFormatOf14 = 6;
+constexpr std::uint8_t kPointFormat = 0x3F;  // the other bits of the field mean compression
 
 // Where fields stand, for errors.
 constexpr std::uint64_t kVersionAt = 24;
@@ -80,22 +81,19 @@ void checkSizes(const LasRawHeader& raw, const Core::Source& source) {
                             "at least the header's size of " + std::to_string(raw.headerSize),
                             std::to_string(raw.pointDataOffset));
   }
-  if ((raw.pointFormat & 0xC0U) != 0) {
-    throw UnsupportedFormat(at(source, kPointFormatAt), "point data format", "uncompressed points",
-                            "compressed ones (LAZ)");
-  }
-  if (raw.pointFormat > kNewestPointFormat) {
+  const std::uint8_t pointFormat = raw.pointFormat & kPointFormat;
+  if (pointFormat > kNewestPointFormat) {
     throw UnsupportedFormat(at(source, kPointFormatAt), "point data format", "0 to 10",
-                            std::to_string(raw.pointFormat));
+                            std::to_string(pointFormat));
   }
-  const bool needs64BitCounts = raw.pointFormat >= kFirstFormatOf14 || raw.versionMinor > kNewestMinorVersion;
+  const bool needs64BitCounts = pointFormat >= kFirstFormatOf14 || raw.versionMinor > kNewestMinorVersion;
   if (needs64BitCounts && !raw.has64BitCounts) {
     throw Core::FormatError(
         at(source, kHeaderSizeAt), "header",
-        "LAS 1.4 and 375 bytes at least for point format " + std::to_string(raw.pointFormat),
+        "LAS 1.4 and 375 bytes at least for point format " + std::to_string(pointFormat),
         "LAS 1." + std::to_string(raw.versionMinor) + " and " + std::to_string(raw.headerSize) + " bytes");
   }
-  const std::size_t least = kRecordSizes[raw.pointFormat];
+  const std::size_t least = kRecordSizes[pointFormat];
   if (raw.recordLength < least) {
     throw Core::FormatError(at(source, kRecordLengthAt), "point record length",
                             "at least " + std::to_string(least), std::to_string(raw.recordLength));
@@ -208,11 +206,12 @@ LasHeader checkLasHeader(const LasRawHeader& raw, const Core::Source& source) {
   header.headerSize = raw.headerSize;
   header.numVlrs = raw.numVlrs;
   header.pointDataOffset = raw.pointDataOffset;
-  header.pointFormat = raw.pointFormat;
+  header.pointFormat = raw.pointFormat & kPointFormat;
+  header.isCompressed = raw.pointFormat != header.pointFormat;
   header.recordLength = raw.recordLength;
   header.evlrOffset = raw.evlrOffset;
   header.numEvlrs = raw.numEvlrs;
-  if (hasWaveforms(raw.pointFormat)) header.waveformOffset = raw.waveformOffset;
+  if (hasWaveforms(header.pointFormat)) header.waveformOffset = raw.waveformOffset;
   for (int axis = 0; axis < 3; ++axis) {
     header.statedBox.maximum[axis] = raw.bounds[2 * static_cast<std::size_t>(axis)];
     header.statedBox.minimum[axis] = raw.bounds[2 * static_cast<std::size_t>(axis) + 1];
@@ -221,7 +220,7 @@ LasHeader checkLasHeader(const LasRawHeader& raw, const Core::Source& source) {
     header.warnings.push_back("The version is 1." + std::to_string(raw.versionMinor) +
                               ", newer than any that is known; the file is read like LAS 1.4.");
   }
-  if (hasWaveforms(raw.pointFormat)) {
+  if (hasWaveforms(header.pointFormat)) {
     header.warnings.emplace_back("The points refer to waveforms; these are left out.");
   }
   takeGrid(raw, source, header);

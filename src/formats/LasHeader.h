@@ -49,6 +49,7 @@ struct LasHeader {
   std::uint32_t numVlrs = 0;     ///< as stated: it may be larger than what is there
   std::uint64_t pointDataOffset = 0;
   std::uint8_t pointFormat = 0;    ///< 0 to 10
+  bool isCompressed = false;       ///< whether the points are not records, but LAZ
   std::uint16_t recordLength = 0;  ///< at least that of the point format
   std::uint64_t numPoints = 0;     ///< as stated
   /// Where something else than points begins, if anywhere: the EVLRs or the waveform record. As stated.
@@ -73,7 +74,8 @@ struct LasHeader {
 /// Where the point records lie in a file.
 struct LasPointData {
   std::uint64_t offset = 0;
-  std::uint64_t numPresent = 0;  ///< whole records up to the file's end or to what stands behind the points
+  /// Whole records up to the file's end or to what stands behind the points, were they not compressed.
+  std::uint64_t numPresent = 0;
 };
 
 /// Bytes of a point record without extra bytes; the format is 0 to 10.
@@ -84,8 +86,9 @@ struct LasPointData {
 ///         FormatError when the header is cut short.
 [[nodiscard]] LasRawHeader readLasRawHeader(std::span<const std::byte> bytes, const Core::Source& source);
 
-/// @throws UnsupportedFormat for compressed points and for point formats above 10; FormatError for sizes,
-///         scales and offsets that cannot be.
+/// @throws UnsupportedFormat for point formats above 10; FormatError for sizes, scales and offsets that
+/// cannot
+///         be.
 [[nodiscard]] LasHeader checkLasHeader(const LasRawHeader& raw, const Core::Source& source);
 
 /// Finds the point records of a file of @p fileSize bytes.

@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t kTextSize = 32;    // of names, descriptions and who wrote a file
 constexpr std::size_t kUserIdSize = 16;  // of variable-length records
 constexpr std::uint16_t kAdjustedStandardTime = 1U << 0U;
+constexpr std::uint8_t kCompressed = 1U << 7U;        // of the point format
 constexpr std::uint16_t kProjectionIsWkt = 1U << 4U;  // which the formats from 6 on demand
 
 /// Appends fields one after the other.
@@ -118,7 +119,8 @@ void appendLasHeader(const LasHeaderValues& values, std::vector<std::byte>& out)
   fields.number(std::uint8_t{1}).number(std::uint8_t{4}).text("OTHER", kTextSize).text("Sorvik", kTextSize);
   fields.zeros(kCreationDate).number(static_cast<std::uint16_t>(LasHeaderValues::kSize));
   fields.number(values.pointOffset).number(values.numRecords);
-  fields.number(values.pointFormat).number(values.pointSize).zeros(kLegacyCounts);
+  fields.number(static_cast<std::uint8_t>(values.pointFormat | (values.isCompressed ? kCompressed : 0U)));
+  fields.number(values.pointSize).zeros(kLegacyCounts);
   fields.numbers(values.scale).numbers(values.offset);
   for (std::size_t axis = 0; axis < 3; ++axis) {
     fields.number(values.maximum[axis]).number(values.minimum[axis]);

@@ -22,6 +22,7 @@ struct LasHeaderValues {
   std::uint32_t pointOffset = 0;  ///< bytes before the first point
   std::uint32_t numRecords = 0;   ///< variable-length records before the points
   std::uint8_t pointFormat = 6;
+  bool isCompressed = false;
   std::uint16_t pointSize = 0;
   std::array<double, 3> scale{};
   std::array<double, 3> offset{};

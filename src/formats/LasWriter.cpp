@@ -129,7 +129,7 @@ struct LasWriter::Field {
   std::size_t size;    // of extra bytes
 };
 
-LasWriter::LasWriter(const PointFileLayout& layout) {
+LasWriter::LasWriter(const PointFileLayout& layout, LasCompression compression) {
   low_.fill(std::numeric_limits<std::int32_t>::max());
   high_.fill(std::numeric_limits<std::int32_t>::min());
   header_.adjustedStandardTime = layout.adjustedStandardTime;
@@ -163,9 +163,20 @@ LasWriter::LasWriter(const PointFileLayout& layout) {
 
   if (!layout.projection.empty()) records_.push_back(projectionRecord(layout.projection));
   if (!extra.empty()) records_.push_back(extraBytesRecord(extra));
+  if (compression == LasCompression::Laz) beginCompression();
   for (const LasRecord& record : records_)
     ++(record.isExtended() ? header_.numExtendedRecords : header_.numRecords);
-  header_.pointOffset = static_cast<std::uint32_t>(head().size());
+  const std::size_t tablePlace = compressor_ ? Laz::PointAreaEncoder::kTablePlaceSize : 0;
+  header_.pointOffset = static_cast<std::uint32_t>(head().size() - tablePlace);
+}
+
+void LasWriter::beginCompression() {
+  const std::size_t numExtraBytes = header_.pointSize - kFormatSizes[header_.pointFormat - kFirstFormat];
+  const Laz::LazVlr vlr = Laz::lazVlrFor(header_.pointFormat, static_cast<std::uint16_t>(numExtraBytes));
+  records_.push_back(
+      {std::string(Laz::kVlrUserId), Laz::kVlrRecordId, "how points are compressed", Laz::writeLazVlr(vlr)});
+  header_.isCompressed = true;
+  compressor_.emplace(vlr);
 }
 
 LasWriter::~LasWriter() = default;
@@ -184,18 +195,28 @@ std::vector<std::byte> LasWriter::head() const {
     }
   }
   if (header.numExtendedRecords != 0) {
-    header.extendedRecordOffset = header.pointOffset + header.numPoints * header.pointSize;
+    header.extendedRecordOffset = header.pointOffset + pointBytes_;
   }
   std::vector<std::byte> bytes;
   appendLasHeader(header, bytes);
   for (const LasRecord& record : records_) {
     if (!record.isExtended()) appendLasRecord(record, bytes);
   }
+  if (compressor_) {
+    constexpr std::size_t kPlace = Laz::PointAreaEncoder::kTablePlaceSize;
+    bytes.resize(bytes.size() + kPlace);
+    Core::storeLittleEndian(bytes.data() + bytes.size() - kPlace, bytes.size() + compressor_->chunkBytes());
+  }
   return bytes;
 }
 
-std::vector<std::byte> LasWriter::tail() const {
+std::vector<std::byte> LasWriter::tail() {
   std::vector<std::byte> bytes;
+  if (compressor_) {
+    const std::span<const std::byte> rest = compressor_->finish();
+    bytes.assign(rest.begin(), rest.end());
+    pointBytes_ += Laz::PointAreaEncoder::kTablePlaceSize + rest.size();
+  }
   for (const LasRecord& record : records_) {
     if (record.isExtended()) appendLasRecord(record, bytes);
   }
@@ -218,7 +239,9 @@ std::span<const std::byte> LasWriter::encode(const PointBatch& batch) {
   }
   header_.numPoints += count;
   countReturns(count);
-  return points_;
+  const std::span<const std::byte> bytes = compressor_ ? compressor_->add(points_) : points_;
+  pointBytes_ += bytes.size();
+  return bytes;
 }
 
 void LasWriter::storeCoordinates(std::span<const double> positions) {

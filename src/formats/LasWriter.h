@@ -1,11 +1,17 @@
 #pragma once
 
+#include <optional>
+
 #include "formats/LasHeaderWriter.h"
 #include "formats/PointWriter.h"
+#include "formats/laz/PointAreaEncoder.h"
 
 namespace Formats {
 
-/// Points as a LAS 1.4 file: point format 6, 7 with colours, 8 with near infrared.
+/// Whether a LAS file's points are compressed, which makes it a LAZ file.
+enum class LasCompression { None, Laz };
+
+/// Points as a LAS 1.4 file, compressed or not: point format 6, 7 with colours, 8 with near infrared.
 ///
 /// Coordinates are whole steps of the layout's scale from its offset, halves rounded away from zero. These
 /// attributes, by name and type, go to the fields of the format; all others, and those of the same names and
@@ -19,16 +25,17 @@ namespace Formats {
 class LasWriter final : public PointWriter {
  public:
   /// @throws std::invalid_argument when a point would take more than 65,535 bytes.
-  explicit LasWriter(const PointFileLayout& layout);
+  explicit LasWriter(const PointFileLayout& layout, LasCompression compression = LasCompression::None);
   ~LasWriter() override;
 
   [[nodiscard]] std::vector<std::byte> head() const override;
   [[nodiscard]] std::span<const std::byte> encode(const PointBatch& batch) override;
-  [[nodiscard]] std::vector<std::byte> tail() const override;
+  [[nodiscard]] std::vector<std::byte> tail() override;
 
  private:
   struct Field;
 
+  void beginCompression();
   [[nodiscard]] bool hasFieldAt(std::size_t offset) const;
   void storeCoordinates(std::span<const double> positions);
   [[noreturn]] void refuseCoordinate(std::span<const double> positions, std::size_t index) const;
@@ -40,6 +47,8 @@ class LasWriter final : public PointWriter {
   std::array<std::int32_t, 3> low_;   // of the stored coordinates so far
   std::array<std::int32_t, 3> high_;  // below low_ without points
   std::vector<std::byte> points_;     // the records of one batch
+  std::optional<Laz::PointAreaEncoder> compressor_;
+  std::uint64_t pointBytes_ = 0;  // given out so far
 };
 
 }  // namespace Formats

@@ -47,13 +47,17 @@ class PointWriter {
   /// those written first are written over at the end.
   [[nodiscard]] virtual std::vector<std::byte> head() const = 0;
 
-  /// The bytes of further points, at least one; valid until the next call.
+  /// Takes further points, at least one.
+  /// @return bytes of points, which may be kept back; valid until the next call.
   /// @throws std::range_error naming point and axis for a coordinate that the format cannot hold; none of the
   ///         batch's points then counts.
   [[nodiscard]] virtual std::span<const std::byte> encode(const PointBatch& batch) = 0;
 
-  /// What stands behind the points.
-  [[nodiscard]] virtual std::vector<std::byte> tail() const { return {}; }
+  /// Ends the points.
+  /// @return the bytes of those kept back, and what stands behind the points. Called once, after all points
+  /// and
+  ///         before the last head().
+  [[nodiscard]] virtual std::vector<std::byte> tail() { return {}; }
 };
 
 /// Copies @p size bytes of each of @p count points to records that are @p outStride apart.

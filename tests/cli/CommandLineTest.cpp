@@ -74,10 +74,12 @@ TEST(CommandLine, RefusesASpacingThatIsNone) {
 }
 
 TEST(CommandLine, RefusesFilesThatItCannotWrite) {
-  expectWrongCall({"points", "a", "-o", "a.LAZ"}, "-o: cannot write .LAZ files: use .las, .ply or .csv");
-  expectWrongCall({"points", "a", "-o", "a.txt"}, "-o: cannot write .txt files: use .las, .ply or .csv");
+  expectWrongCall({"points", "a", "-o", "a.E57"},
+                  "-o: cannot write .E57 files: use .las, .laz, .ply or .csv");
+  expectWrongCall({"points", "a", "-o", "a.txt"},
+                  "-o: cannot write .txt files: use .las, .laz, .ply or .csv");
   expectWrongCall({"points", "a", "-o", "folder.csv/a"},
-                  "'folder.csv/a' has no extension: use .las, .ply or .csv");
+                  "'folder.csv/a' has no extension: use .las, .laz, .ply or .csv");
 }
 
 TEST(CommandLine, RefusesOtherSchemesThanHttps) {

@@ -68,6 +68,23 @@ TEST(LasFile, HasNormalsAsExtraBytes) {
   EXPECT_EQ(at<double>(file, point + 46), -1.0);
 }
 
+TEST(LasFile, IsCompressedByItsName) {
+  const TempFolder folder;
+  SmallCloud cloud = rowOfPoints(1500);
+  cloud.normals = true;
+  cloud.write(folder.path() / "cloud");
+  for (const char* const name : {"out.las", "out.LAZ"}) {
+    EXPECT_EQ(outputOf({"points", (folder.path() / "cloud").string(), "-o", (folder.path() / name).string()}),
+              "");
+  }
+  const std::string las = readFile(folder.path() / "out.las");
+  const std::string laz = readFile(folder.path() / "out.LAZ");
+  EXPECT_EQ(at<std::uint8_t>(laz, 104), at<std::uint8_t>(las, 104) | 0x80) << "point format";
+  EXPECT_EQ(at<std::uint16_t>(laz, 105), at<std::uint16_t>(las, 105)) << "the same attributes";
+  EXPECT_EQ(at<std::uint64_t>(laz, 247), 1500U);
+  EXPECT_LT(laz.size(), las.size() / 4);
+}
+
 TEST(LasFile, HasOctreeCoordinatesWhenAskedFor) {
   SmallCloud cloud;
   cloud.points = {{.position = {123, 4500, 7}}};

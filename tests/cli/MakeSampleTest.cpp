@@ -23,6 +23,13 @@ TEST_F(MakeSample, WritesAFileAndSaysNothing) {
   EXPECT_EQ(readFile(path("a.las")).size(), 375 + 1000 * 36U);
 }
 
+TEST_F(MakeSample, WritesCompressedFiles) {
+  EXPECT_EQ(outputOf({"make-sample", path("a.laz"), "--points", "60000"}), "");
+  (void)outputOf({"make-sample", path("a.las"), "--points", "60000"});
+  EXPECT_LT(readFile(path("a.laz")).size(), readFile(path("a.las")).size() / 2);
+  EXPECT_EQ(readFile(path("a.laz")).at(104), static_cast<char>(7 | 0x80)) << "point format";
+}
+
 TEST_F(MakeSample, SaysHowManyPointsAsJson) {
   EXPECT_EQ(outputOf({"make-sample", path("a.las"), "--points", "12", "--json"}), "{\"numPoints\":12}\n");
 }
@@ -42,7 +49,7 @@ TEST_F(MakeSample, RefusesACallThatMeansNothing) {
     EXPECT_THAT(result.err, HasSubstr(why));
   };
   refuses({"make-sample"}, "FILE is required");
-  refuses({"make-sample", path("a.txt")}, "FILE: cannot write .txt files: use .las, .ply or .csv");
+  refuses({"make-sample", path("a.txt")}, "FILE: cannot write .txt files: use .las, .laz, .ply or .csv");
   refuses({"make-sample", path("a.las"), "--points", "-1"}, "--points: '-1' is not a whole number");
   refuses({"make-sample", path("a.las"), "--points", "1e6"}, "--points: '1e6' is not a whole number");
   refuses({"make-sample", path("a.las"), "--points", "1000000000001"},

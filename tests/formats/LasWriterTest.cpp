@@ -29,8 +29,8 @@ class LasBytes {
       const std::span<const std::byte> points = writer.encode({positions, attributes});
       bytes_.assign(points.begin(), points.end());
     }
-    const std::vector<std::byte> head = writer.head();
     const std::vector<std::byte> tail = writer.tail();
+    const std::vector<std::byte> head = writer.head();
     bytes_.insert(bytes_.begin(), head.begin(), head.end());
     bytes_.insert(bytes_.end(), tail.begin(), tail.end());
   }
