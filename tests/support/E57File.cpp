@@ -195,7 +195,7 @@ std::string E57File::wholeXml(const std::vector<std::size_t>& sections) const {
         << R"(<points type="CompressedVector" fileOffset=")" << physical(sections[i]) << R"(" recordCount=")"
         << scan.recordCount.value_or(records) << R"("><prototype type="Structure">)";
     for (const E57Field& field : scan.fields) xml << '<' << field.name << ' ' << field.attributes << "/>";
-    xml << R"(</prototype><codecs type="Vector"/></points></vectorChild>)";
+    xml << R"(</prototype><codecs type="Vector" allowHeterogeneousChildren="1"/></points></vectorChild>)";
   }
   xml << "</data3D></e57Root>";
   return xml.str();
