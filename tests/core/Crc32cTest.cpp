@@ -40,7 +40,7 @@ TEST(Crc32c, IsTheSameByTableWhateverTheLength) {
 }
 
 TEST(Crc32c, OfThreeRunsIsThatOfEach) {
-  for (const std::size_t size : {0, 1, 7, 8, 9, 1020}) {
+  for (const std::size_t size : {0U, 1U, 7U, 8U, 9U, 1020U}) {
     const auto bytes = randomBytes(3 * size);
     const std::byte* const begin = bytes.data();
     const auto three = Core::crc32cOfThree({begin, begin + size, begin + 2 * size}, size);
