@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "core/FormatError.h"
 #include "formats/e57/XmlValue.h"
@@ -158,7 +157,7 @@ void addLeaf(const pugi::xml_node& element, const XmlPlace& place, Scan& scan,
   PointField field = FieldReader(element, place).read();
   field.role = *role;
   field.stream = stream;
-  scan.fields.push_back(std::move(field));
+  scan.fields.push_back(field);
 }
 
 }  // namespace
