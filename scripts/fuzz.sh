@@ -17,6 +17,7 @@ real_files() {
   case $1 in
     fuzz_metadata) find "$samples/potree" -name metadata.json 2>/dev/null ;;
     fuzz_hierarchy) find "$samples/potree" -name hierarchy.bin 2>/dev/null ;;
+    fuzz_e57_pages) find "$samples/e57" -name '*.e57' -size -12k 2>/dev/null ;;
     fuzz_las_header) find "$samples/las" -name '*.las' -size -40k 2>/dev/null ;;
   esac
 }

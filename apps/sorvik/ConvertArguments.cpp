@@ -20,7 +20,7 @@ constexpr std::uint64_t kMostThreads = 4096;
 constexpr const char* kHelp =
     "The octree appears at FOLDER once it is whole; what fails or is cancelled leaves nothing there. The "
     "points\n"
-    "are neither thinned nor changed. LAS and LAZ files are read; .e57 and scanner projects are known and "
+    "are neither thinned nor changed. LAS, LAZ and E57 files are read; scanner projects are known and "
     "refused.\n"
     "Ctrl-C cancels, a second one ends the program at once; the next call then cleans up.";
 

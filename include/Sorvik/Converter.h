@@ -107,7 +107,7 @@ struct ConverterOptions {
 /// Converts scan files to an octree, as a job that runs once, on the caller's thread or in the background.
 ///
 /// Either the whole octree stands at the output path in the end, or what was there before: a job that fails,
-/// is cancelled or killed leaves nothing that could be taken for one. LAS and LAZ files are read; the other
+/// is cancelled or killed leaves nothing that could be taken for one. LAS, LAZ and E57 files are read; the other
 /// formats are known and refused.
 ///
 /// Threads: all calls but the destructor are safe together while the job runs.

@@ -81,7 +81,7 @@ class Conversion {
       if (stated && holdsAll(*stated) && convert(records, sample, *stated)) return std::move(report_);
     }
     const auto tight = tightBox(scans_, bounds_);
-    if (!stated || differ(*stated, tight)) {
+    if (stated ? differ(*stated, tight) : anyBoxIsStated()) {
       report_.remarks.emplace_back(
           "The boxes that the inputs state do not fit their points, which were measured.");
     }
@@ -95,6 +95,11 @@ class Conversion {
   [[nodiscard]] OutputGrid gridFor(const Math::NBoundingBox<double, 3>& box,
                                    std::vector<std::string>& remarks) const {
     return chooseGrid(infos_, box, settings_.scale, remarks);
+  }
+
+  [[nodiscard]] bool anyBoxIsStated() const {
+    return std::any_of(infos_.begin(), infos_.end(),
+                       [](const ScanInfo* info) { return info->statedBox != ScanInfo().statedBox; });
   }
 
   /// Whether a stated box does, by the bounds that were measured: the same rule as that of convert().

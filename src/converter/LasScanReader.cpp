@@ -12,6 +12,7 @@
 #include "converter/LazRecords.h"
 #include "converter/LazRuns.h"
 #include "converter/PlainLasRecords.h"
+#include "converter/ScanFile.h"
 #include "core/FormatError.h"
 #include "formats/LasExtraBytes.h"
 #include "formats/LasHeader.h"
@@ -27,20 +28,6 @@ namespace {
 constexpr std::uint64_t kLongestRecord = std::uint64_t{1} << 24U;
 
 static_assert(RecordTarget::kUnwanted == Formats::LasPointDecoder::kUnwanted);
-
-std::unique_ptr<Core::ReadableFile> openFile(Core::FileSystem& files, const std::filesystem::path& path) {
-  try {
-    return files.open(path);
-  } catch (const std::system_error& error) {
-    const std::error_code code = error.code();
-    const bool isMissing = code == std::errc::no_such_file_or_directory || code == std::errc::not_a_directory;
-    const bool isNoFile = code == std::errc::is_a_directory || code == std::errc::invalid_argument;
-    throw ConversionError(isMissing  ? Result::InputFileNotFound
-                          : isNoFile ? Result::InputNotFile
-                                     : Result::InputCannotRead,
-                          error.what());
-  }
-}
 
 /// The data of a record; empty, with a warning, where it is longer than any that makes sense.
 std::vector<std::byte> dataOf(const Formats::LasVlr& record, const Core::ReadableFile& file,
@@ -296,7 +283,7 @@ std::unique_ptr<ScanReader> openScan(std::unique_ptr<Core::ReadableFile> file, c
 std::unique_ptr<ScanReader> openLas(Core::FileSystem& files, const std::filesystem::path& path,
                                     const LasReadOptions& options) {
   return translated(Result::InputGetInfoError,
-                    [&] { return openScan(openFile(files, path), path.string(), options); });
+                    [&] { return openScan(openScanFile(files, path), path.string(), options); });
 }
 
 }  // namespace Converter

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "converter/ConversionError.h"
+#include "converter/E57ScanReader.h"
 #include "converter/LasScanReader.h"
 #include "converter/ScanFormats.h"
 
@@ -23,11 +24,13 @@ std::unique_ptr<ScanReader> openScan(Core::FileSystem& files, const std::filesys
   if (extension == ".las" || extension == ".laz") {
     return openLas(files, file, LasReadOptions{.allowTruncated = options.allowTruncated});
   }
+  if (extension == ".e57") return openE57(files, file);
   const auto formats = scanFormats();
   const auto known = std::find_if(formats.begin(), formats.end(),
                                   [&](const ScanFormat& format) { return format.extension == extension; });
-  if (known == formats.end()) refuse(file, "is no scan file: its name should end in .las or .laz");
-  refuse(file, "files of the format " + std::string(known->name) + " cannot be read yet: export them as LAS");
+  if (known == formats.end()) refuse(file, "is no scan file: its name should end in .las, .laz or .e57");
+  refuse(file, "files of the format " + std::string(known->name) +
+                   " cannot be read yet: export them as LAS or E57");
 }
 
 }  // namespace Converter

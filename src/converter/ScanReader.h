@@ -18,7 +18,7 @@ namespace Converter {
 struct ScanInfo {
   std::string name;             ///< the file's path, for messages and reports
   std::uint64_t numPoints = 0;  ///< that the blocks will give, at most
-  /// As the file states it: it may be wrong, and need not be finite.
+  /// As the file states it: it may be wrong, and need not be finite. As it is here where the file states none.
   Math::NBoundingBox<double, 3> statedBox;
   /// Where coordinates are stored as integers: world = stored * scale + offset, scale above 0.
   struct Grid {
@@ -75,6 +75,9 @@ class ScanReader {
   /// Reads little more than these. For estimates alone: what is odd is left out.
   /// @throws ConversionError naming file and place.
   [[nodiscard]] virtual std::vector<Math::Point<double, 3>> sample(std::size_t count) const = 0;
+
+  /// What reading has shown, each a sentence; complete once every block was read.
+  [[nodiscard]] virtual std::vector<std::string> remarks() const { return {}; }
 
   /// @throws ConversionError (InputCannotRead) when the file is no longer as it was when it was opened.
   virtual void checkUnchanged() const = 0;

@@ -95,9 +95,9 @@ TEST_F(ConvertCommand, TellsAFailureAsJson) {
 }
 
 TEST_F(ConvertCommand, SaysWhatToDoWithFormatsThatItCannotRead) {
-  const ProcessResult result = convert({write("scan.e57")});
+  const ProcessResult result = convert({write("scan.rsp")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("files of the format E57 cannot be read yet: export them as LAS"));
+  EXPECT_THAT(result.err, HasSubstr("files of the format Riegl RiScan cannot be read yet: export them as LAS or E57"));
   EXPECT_FALSE(hasOutput());
 }
 

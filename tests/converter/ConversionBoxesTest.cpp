@@ -63,7 +63,7 @@ TEST_F(ConversionBoxes, AllWrongBoxesGiveTheOctreeOfTheTrueOneAndARemark) {
   infinite.maximum[2] = kInfinity;
   const std::vector<Box> wrongBoxes{
       grown(tight_, -0.2, -0.2), grown(tight_, 0.3, -0.3), inverted, notANumber, infinite,
-      grown(tight_, 1, 1.1),     grown(tight_, -2e-6, 0),  Box{}};
+      grown(tight_, 1, 1.1),     grown(tight_, -2e-6, 0)};
   for (std::size_t i = 0; i < wrongBoxes.size(); ++i) {
     const Converted converted = convert(wrongBoxes[i]);
     EXPECT_EQ(converted.files, expected) << i;
@@ -101,6 +101,12 @@ TEST_F(ConversionBoxes, TheCubeHoldsThePointsAndItsEdgeIsTheLongestExtentAndASte
     EXPECT_DOUBLE_EQ(metaData.at("attributes")[0].at("max")[axis].get<double>(), maximum);
   }
   EXPECT_NEAR(metaData.at("spacing").get<double>(), edge / 128, 1e-9);
+}
+
+TEST_F(ConversionBoxes, NoStatedBoxGivesTheOctreeOfTheTrueOneAndIsNoMatterOfARemark) {
+  const Converted converted = convert(Box{});
+  EXPECT_EQ(converted.files, convert(tight_).files);
+  EXPECT_THAT(converted.remarks, testing::IsEmpty());
 }
 
 TEST_F(ConversionBoxes, APointThatTheSampleMissesMakesTheOctreeOfTheTrueBox) {

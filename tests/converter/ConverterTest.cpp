@@ -115,15 +115,17 @@ TEST_F(ConverterJob, CollectsTheRemarksOfEveryStep) {
   engine.open = [](const fs::path& file) {
     Converter::ScanInfo info = scanInfo(file);
     info.warnings = {"odd header"};
-    return std::make_unique<FakeScan>(info);
+    return std::make_unique<FakeScan>(info, false, std::vector<std::string>{"points left out"});
   };
   engine.convert = [](Progress&, const std::stop_token&) { return ConversionReport{7, 3, {"scale raised"}}; };
   Converter::Converter job = converter();
   EXPECT_THAT(job.report().remarks, IsEmpty());
   job.run();
-  EXPECT_THAT(job.report().remarks, ElementsAre(HasSubstr("is the same file"), a.string() + ": odd header",
-                                                b.string() + ": odd header", "the place was cleaned up",
-                                                "scale raised", "the old octree stays"));
+  EXPECT_THAT(
+      job.report().remarks,
+      ElementsAre(HasSubstr("is the same file"), a.string() + ": odd header", b.string() + ": odd header",
+                  "the place was cleaned up", a.string() + ": points left out",
+                  b.string() + ": points left out", "scale raised", "the old octree stays"));
   EXPECT_EQ(job.report().duplicates, 3U);
 }
 

@@ -14,8 +14,8 @@ namespace Testing {
 /// A scan that has facts and no points.
 class FakeScan final : public Converter::ScanReader {
  public:
-  explicit FakeScan(Converter::ScanInfo info, bool changed = false)
-      : info_(std::move(info)), changed_(changed) {}
+  explicit FakeScan(Converter::ScanInfo info, bool changed = false, std::vector<std::string> remarks = {})
+      : info_(std::move(info)), changed_(changed), remarks_(std::move(remarks)) {}
 
   [[nodiscard]] const Converter::ScanInfo& info() const override { return info_; }
   [[nodiscard]] std::uint64_t numBlocks() const override { return 0; }
@@ -27,12 +27,14 @@ class FakeScan final : public Converter::ScanReader {
   [[nodiscard]] std::vector<Math::Point<double, 3>> sample(std::size_t /*count*/) const override {
     return {};
   }
+  [[nodiscard]] std::vector<std::string> remarks() const override { return remarks_; }
   /// @throws ConversionError when the scan was made as one that has changed.
   void checkUnchanged() const override;
 
  private:
   Converter::ScanInfo info_;
   bool changed_;
+  std::vector<std::string> remarks_;
 };
 
 /// The facts of a scan of 100 points with one attribute.
