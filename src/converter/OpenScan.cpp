@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "converter/ClosedFormats.h"
 #include "converter/ConversionError.h"
 #include "converter/LasScanReader.h"
 #include "converter/ScanFormats.h"
@@ -23,6 +24,7 @@ std::unique_ptr<ScanReader> openScan(Core::FileSystem& files, const std::filesys
   if (extension == ".las" || extension == ".laz") {
     return openLas(files, file, LasReadOptions{.allowTruncated = options.allowTruncated});
   }
+  if (const auto reason = closedFormatReason(extension)) refuse(file, *reason);
   const auto formats = scanFormats();
   const auto known = std::find_if(formats.begin(), formats.end(),
                                   [&](const ScanFormat& format) { return format.extension == extension; });
