@@ -89,6 +89,8 @@ void ConvertArguments::addConversion(CLI::App& convert) {
                   "Keep the whole points of files that end early");
   group->add_flag("--allow-outside", options.allowOutside,
                   "Read members of a scanner project outside its folder");
+  group->add_flag("--apply-pose", options.applyPose,
+                  "Apply the poses of a RiSCAN PRO project to scans exported without them");
 }
 
 void ConvertArguments::addMachine(CLI::App& convert) {

@@ -70,8 +70,8 @@ class SORVIK_API OpenedScan {
   /// any threads, and the conversion is slower.
   [[nodiscard]] virtual bool readsInParallel() const = 0;
 
-  /// Gives the points from @p first on to @p sink, in order, by any number of calls. Every part of the file is
-  /// asked for, in any order, and up to three times.
+  /// Gives the points from @p first on to @p sink, in order, by any number of calls. Every part of the file
+  /// is asked for, in any order, and up to three times.
   /// @param first  a multiple of kPointsPerRead.
   /// @param count  kPointsPerRead, or what is left to the end: exactly so many points must be given.
   virtual void read(std::uint64_t first, std::uint64_t count, ScanPointSink& sink) const = 0;
@@ -81,8 +81,8 @@ class SORVIK_API OpenedScan {
 /// ConverterOptions::readers. It is used by that conversion alone, and kept as long as its Converter.
 ///
 /// Errors: as those of OpenedScan. Threads: all calls are safe together, also with those of its opened scans.
-/// apiVersion() is the first virtual slot for ever; the slots of later versions follow behind those that stand
-/// here.
+/// apiVersion() is the first virtual slot for ever; the slots of later versions follow behind those that
+/// stand here.
 class SORVIK_API ScanReaderPlugin {
  public:
   /// The most bytes that probe() is given.

@@ -134,7 +134,10 @@ void Converter::convert(const std::stop_token& stopToken) {
   checkDiskSpace(spaceNeed(scans, options_.conversion.encoding), folders, files);
 
   ConversionReport result = engine_.convert(scans, options_.conversion, folders, files, progress_, stopToken);
-  for (const std::unique_ptr<ScanReader>& scan : scans) scan->checkUnchanged();
+  for (const std::unique_ptr<ScanReader>& scan : scans) {
+    scan->checkUnchanged();
+    addRemarks(scan->info(), scan->remarks());
+  }
   addRemarks(std::move(result.remarks));
   if (stopToken.stop_requested()) throw ConversionCancelled();
   place->commit();
@@ -168,9 +171,7 @@ Converter::Scans Converter::openScans(const std::vector<ScanInput>& inputs,
       continue;
     }
     checkAttributes(scan->info());
-    for (const std::string& warning : scan->info().warnings) {
-      report_.remarks.push_back(scan->info().name + ": " + warning);
-    }
+    addRemarks(scan->info(), scan->info().warnings);
     numPoints += scan->info().numPoints;
     scans.push_back(std::move(scan));
   }
@@ -226,6 +227,10 @@ void Converter::checkAttributes(const ScanInfo& info) const {
 void Converter::addRemarks(std::vector<std::string> remarks) {
   report_.remarks.insert(report_.remarks.end(), std::make_move_iterator(remarks.begin()),
                          std::make_move_iterator(remarks.end()));
+}
+
+void Converter::addRemarks(const ScanInfo& scan, const std::vector<std::string>& remarks) {
+  for (const std::string& remark : remarks) report_.remarks.push_back(scan.name + ": " + remark);
 }
 
 }  // namespace Converter

@@ -92,6 +92,8 @@ class Converter final : public Core::Job {
   [[nodiscard]] std::unique_ptr<ScanReader> open(const std::filesystem::path& file) const;
   void checkAttributes(const ScanInfo& info) const;
   void addRemarks(std::vector<std::string> remarks);
+  /// Those that concern one scan.
+  void addRemarks(const ScanInfo& scan, const std::vector<std::string>& remarks);
 
   const ConverterOptions options_;
   const ConverterEngine engine_;

@@ -105,6 +105,8 @@ class PosedScan final : public ScanReader {
     return points;
   }
 
+  [[nodiscard]] std::vector<std::string> remarks() const override { return scan_->remarks(); }
+
   void checkUnchanged() const override { scan_->checkUnchanged(); }
 
  private:

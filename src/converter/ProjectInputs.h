@@ -28,9 +28,9 @@ struct ProjectOptions {
 
 /// The scans of a conversion.
 struct ScanInputs {
-  std::vector<ScanInput> scans;      ///< sorted by their canonical paths, each once
+  std::vector<ScanInput> scans;                 ///< sorted by their canonical paths, each once
   std::vector<std::filesystem::path> projects;  ///< that were replaced by their members
-  std::vector<std::string> remarks;  ///< what the user should know of projects, each a sentence
+  std::vector<std::string> remarks;             ///< what the user should know of projects, each a sentence
 };
 
 /// Replaces scanner projects (.rsp, .rpp, .rcp) among input files by their members that can be read; other

@@ -76,6 +76,9 @@ class ScanReader {
   /// @throws ConversionError naming file and place.
   [[nodiscard]] virtual std::vector<Math::Point<double, 3>> sample(std::size_t count) const = 0;
 
+  /// What reading has shown, each a sentence; complete once every block was read.
+  [[nodiscard]] virtual std::vector<std::string> remarks() const { return {}; }
+
   /// @throws ConversionError (InputCannotRead) when the file is no longer as it was when it was opened.
   virtual void checkUnchanged() const = 0;
 };
