@@ -138,11 +138,10 @@ class Gathering {
     if (hasPoses && !options_.applyPose) {
       result_.remarks.push_back(name + ": the poses of its scans were not applied");
     }
-    addRemark(
-        name, found.leftOut,
-        " left out, since their format is closed or they are missing, and no LAS, LAZ or E57 file of the "
-        "same name lies beside them: ");
-    addRemark(name, found.outside, " left out, since they lie outside the project's folder: ");
+    addRemark(name, found.leftOut,
+              " left out for lack of a reader or of the file, and of a LAS, LAZ or E57 file of the same name "
+              "beside it: ");
+    addRemark(name, found.outside, " left out, outside the project's folder: ");
   }
 
   void leaveOut(const std::string& why) { leftOut_.push_back(why); }
