@@ -81,7 +81,10 @@ class Conversion {
       if (stated && holdsAll(*stated) && convert(records, sample, *stated)) return std::move(report_);
     }
     const auto tight = tightBox(scans_, bounds_);
-    if (!stated || differ(*stated, tight)) {
+    const bool allState = std::none_of(infos_.begin(), infos_.end(), [](const ScanInfo* info) {
+      return info->statedBox == Math::NBoundingBox<double, 3>();
+    });
+    if (allState && (!stated || differ(*stated, tight))) {
       report_.remarks.emplace_back(
           "The boxes that the inputs state do not fit their points, which were measured.");
     }

@@ -63,12 +63,18 @@ TEST_F(ConversionBoxes, AllWrongBoxesGiveTheOctreeOfTheTrueOneAndARemark) {
   infinite.maximum[2] = kInfinity;
   const std::vector<Box> wrongBoxes{
       grown(tight_, -0.2, -0.2), grown(tight_, 0.3, -0.3), inverted, notANumber, infinite,
-      grown(tight_, 1, 1.1),     grown(tight_, -2e-6, 0),  Box{}};
+      grown(tight_, 1, 1.1),     grown(tight_, -2e-6, 0)};
   for (std::size_t i = 0; i < wrongBoxes.size(); ++i) {
     const Converted converted = convert(wrongBoxes[i]);
     EXPECT_EQ(converted.files, expected) << i;
     EXPECT_THAT(converted.remarks, Contains(HasSubstr("do not fit"))) << i;
   }
+}
+
+TEST_F(ConversionBoxes, WithoutAStatedBoxTheTrueOneIsMeasuredWithoutARemark) {
+  const Converted converted = convert(Box{});
+  EXPECT_EQ(converted.files, convert(tight_).files);
+  EXPECT_THAT(converted.remarks, IsEmpty());
 }
 
 TEST_F(ConversionBoxes, AStatedBoxOfUpToTwiceTheLengthGivesTheCube) {
