@@ -18,6 +18,7 @@ real_files() {
     fuzz_metadata) find "$samples/potree" -name metadata.json 2>/dev/null ;;
     fuzz_hierarchy) find "$samples/potree" -name hierarchy.bin 2>/dev/null ;;
     fuzz_las_header) find "$samples/las" -name '*.las' -size -40k 2>/dev/null ;;
+    fuzz_rsp_project) find "$samples/vendor" -name '*.rsp' 2>/dev/null ;;
   esac
 }
 

@@ -20,8 +20,10 @@ constexpr std::uint64_t kMostThreads = 4096;
 constexpr const char* kHelp =
     "The octree appears at FOLDER once it is whole; what fails or is cancelled leaves nothing there. The "
     "points\n"
-    "are neither thinned nor changed. LAS files are read; .e57, .laz and scanner projects are known and "
-    "refused.\n"
+    "are neither thinned nor changed. LAS files are read; .e57 and .laz are known and refused. Of scanner\n"
+    "projects (.rsp, .rpp, .rcp) the exported files are read: x.las beside x.rxp. The points of .rxp, "
+    ".rdbx,\n"
+    ".rcs, .zfs and .zfprj are in closed formats: export them as E57 or LAS.\n"
     "Ctrl-C cancels, a second one ends the program at once; the next call then cleans up.";
 
 ConverterCompression compressionOf(const std::string& name) {

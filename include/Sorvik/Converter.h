@@ -111,8 +111,9 @@ struct ConverterOptions {
 /// Converts scan files to an octree, as a job that runs once, on the caller's thread or in the background.
 ///
 /// Either the whole octree stands at the output path in the end, or what was there before: a job that fails,
-/// is cancelled or killed leaves nothing that could be taken for one. LAS files are read; the other formats
-/// are known and refused.
+/// is cancelled or killed leaves nothing that could be taken for one. LAS files are read, and scanner
+/// projects by the files that were exported beside their scans; formats without a reader are known and
+/// refused, unless the options bring one.
 ///
 /// Threads: all calls but the destructor are safe together while the job runs.
 class SORVIK_API Converter {
