@@ -211,7 +211,7 @@ std::unique_ptr<ScanReader> Converter::open(const std::filesystem::path& file) c
     throw ConversionError(Result::InputPointCloudFormatUnsupported,
                           file.string() + ": no reader plug-in knows its first bytes");
   }
-  return engine_.openScan(*engine_.files, file, {options_.allowTruncated, options_.allowOutside});
+  return engine_.openScan(*engine_.files, file, {options_.allowTruncated});
 }
 
 void Converter::checkAttributes(const ScanInfo& info) const {

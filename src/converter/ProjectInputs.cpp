@@ -161,11 +161,11 @@ class Gathering {
     const fs::path whole = canonicalOf(scan.file);
     const auto [owner, isNew] = owners_.emplace(whole, project);
     if (!isNew) {
-      if (options_.applyPose && scans_.at(whole).pose != pose) {
-        result_.remarks.push_back(scan.file.string() + ": is listed in " + project.string() +
-                                  " with another pose than in " + owner->second.string() +
-                                  ", whose pose was applied");
-      }
+      const bool isElsewhere = options_.applyPose && scans_.at(whole).pose != pose;
+      result_.remarks.push_back(scan.file.string() + " is listed in " + owner->second.string() +
+                                (isElsewhere ? " and, in another pose, in " : " and again in ") +
+                                project.string() + "; it is read once" +
+                                (isElsewhere ? ", in the first pose" : ""));
       return;
     }
     scans_[whole] = {scan.file, pose};

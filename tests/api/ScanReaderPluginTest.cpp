@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <stdexcept>
 
 #include "Sorvik/Converter.h"
@@ -91,6 +92,26 @@ Points defaultPoints() {
   Points points;
   for (int i = 0; i < 100; ++i) points.emplace_back(i, 2 * i);
   return points;
+}
+
+/// Where a virtual function stands in the table, by the Itanium ABI: on all but ARM one is added.
+template <class Function>
+std::uintptr_t slotOf(Function function) {
+  std::uintptr_t word = 0;
+  static_assert(sizeof function >= sizeof word);
+  std::memcpy(&word, &function, sizeof word);
+  return word / sizeof(void*);
+}
+
+TEST(ScanReaderPlugin, KeepsTheVirtualSlotsOfItsVersion) {
+  EXPECT_EQ(slotOf(&Sorvik::ScanReaderPlugin::apiVersion), 0U);
+  EXPECT_EQ(slotOf(&Sorvik::ScanReaderPlugin::extension), 3U);  // behind the two of the destructor
+  EXPECT_EQ(slotOf(&Sorvik::ScanReaderPlugin::probe), 4U);
+  EXPECT_EQ(slotOf(&Sorvik::ScanReaderPlugin::open), 5U);
+  EXPECT_EQ(slotOf(&Sorvik::OpenedScan::describe), 2U);
+  EXPECT_EQ(slotOf(&Sorvik::OpenedScan::readsInParallel), 3U);
+  EXPECT_EQ(slotOf(&Sorvik::OpenedScan::read), 4U);
+  EXPECT_EQ(slotOf(&Sorvik::ScanPointSink::take), 0U);
 }
 
 TEST_F(ReaderPlugin, ReadsFilesOfItsExtensionThatAFolderHolds) {

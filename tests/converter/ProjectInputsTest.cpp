@@ -152,6 +152,20 @@ TEST_F(FindScans, ReadsAFileOnceThatIsAnInputAndAMember) {
   }
 }
 
+TEST_F(FindScans, SaysWhatIsListedTwice) {
+  const fs::path project = write("p/project.rsp", rsp({"a.rxp", "A.las", "b.las"}));
+  write("p/SCANS/P/a.las");
+  const fs::path b = write("p/SCANS/P/b.las");
+  EXPECT_THAT(find({project, b}).remarks,
+              ElementsAre(HasSubstr("and again in " + project.string() + "; it is read once")));
+}
+
+TEST_F(FindScans, FindsNamesBeyondAscii) {
+  const fs::path project = write("p/project.rsp", rsp({"Stra\xDF\x65 1.rxp"}));
+  const fs::path scan = write("p/SCANS/P/Stra\u00DFe 1.las");
+  EXPECT_THAT(filesOf(find({project})), ElementsAre(scan));
+}
+
 TEST_F(FindScans, KeepsThePoseOfTheFirstProjectAndSaysSo) {
   const fs::path first = write("p/1.rsp", rsp({"a.rxp"}, "1 0 0 1 0 1 0 0 0 0 1 0 0 0 0 1"));
   const fs::path second = write("p/2.rsp", rsp({"a.rxp"}, "1 0 0 2 0 1 0 0 0 0 1 0 0 0 0 1"));
@@ -161,7 +175,9 @@ TEST_F(FindScans, KeepsThePoseOfTheFirstProjectAndSaysSo) {
   const ScanInputs found = find({first, second}, options);
   ASSERT_THAT(found.scans, SizeIs(1));
   EXPECT_EQ(found.scans[0].pose.value().apply({})[0], 1);
-  EXPECT_THAT(found.remarks, ElementsAre(HasSubstr("with another pose than in " + first.string())));
+  EXPECT_THAT(found.remarks,
+              ElementsAre(HasSubstr("a.las is listed in " + first.string() + " and, in another pose, in " +
+                                    second.string() + "; it is read once, in the first pose")));
 }
 
 TEST_F(FindScans, FailsWhenNoMemberCanBeReadAndSaysWhatToDo) {
