@@ -8,6 +8,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -38,7 +39,7 @@ TextPoint pointOf(const std::string& line, std::uint64_t number) {
 /// read without the lines before it; reading opens the file anew, so that several threads may read at once.
 class TextScan final : public Sorvik::OpenedScan {
  public:
-  explicit TextScan(const std::filesystem::path& path) : path_(path) {
+  explicit TextScan(std::filesystem::path path) : path_(std::move(path)) {
     std::ifstream file(path_);
     std::string line;
     while (file.peek() != std::ifstream::traits_type::eof()) {

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cmath>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,7 +57,7 @@ class BlockSink final : public ScanPointSink {
   /// The points that were kept.
   /// @throws ConversionError unless as many were given as were wanted.
   [[nodiscard]] std::size_t finish(std::uint64_t first) const {
-    if (failure_) throw *failure_;
+    throwIfFailed();
     if (taken_ != wanted_) {
       refuse(info_.name, "gave " + pointsText(taken_) + " from point " + std::to_string(first) +
                              " on, expected the " + std::to_string(wanted_) + " that it told of");
@@ -72,7 +71,7 @@ class BlockSink final : public ScanPointSink {
   }
 
   void check(Span<const double> positions, Span<const PointFileColumn> columns) {
-    if (failure_) throw *failure_;
+    throwIfFailed();
     if (positions.size() % 3 != 0) fail("gave positions that are not three numbers a point");
     const std::uint64_t count = positions.size() / 3;
     if (count > wanted_ - taken_) {
@@ -94,8 +93,12 @@ class BlockSink final : public ScanPointSink {
 
   /// Remembers the failure, too, for a plug-in that swallows what is thrown.
   [[noreturn]] void fail(const std::string& what) {
-    failure_.emplace(Result::InputCannotRead, info_.name + ": the reader plug-in " + what);
-    throw *failure_;
+    failure_ = what;
+    refuse(info_.name, failure_);
+  }
+
+  void throwIfFailed() const {
+    if (!failure_.empty()) refuse(info_.name, failure_);
   }
 
   void copy(Span<const double> positions, std::uint64_t first, std::uint64_t count) {
@@ -117,7 +120,7 @@ class BlockSink final : public ScanPointSink {
   std::vector<::Formats::AttributeValues> values_;  // of the call at hand
   std::uint64_t taken_ = 0;
   std::size_t kept_ = 0;
-  std::optional<ConversionError> failure_;
+  std::string failure_;
 };
 
 class PluginScan final : public ::Converter::ScanReader {

@@ -128,7 +128,9 @@ class Gathering {
     const Found found = MemberSearch(project, options_).run(members);
     if (found.scans.empty()) fail(name, members, found);
     if (options_.applyPose) {
-      for (const std::string& warning : members.warnings) result_.remarks.push_back(name + ": " + warning);
+      for (std::string warning : members.warnings) {
+        result_.remarks.push_back(std::move(warning.insert(0, name + ": ")));
+      }
     }
     bool hasPoses = false;
     for (const Found::Scan& scan : found.scans) {
@@ -162,10 +164,11 @@ class Gathering {
     const auto [owner, isNew] = owners_.emplace(whole, project);
     if (!isNew) {
       const bool isElsewhere = options_.applyPose && scans_.at(whole).pose != pose;
-      result_.remarks.push_back(scan.file.string() + " is listed in " + owner->second.string() +
-                                (isElsewhere ? " and, in another pose, in " : " and again in ") +
-                                project.string() + "; it is read once" +
-                                (isElsewhere ? ", in the first pose" : ""));
+      std::string remark = scan.file.string();
+      remark.append(" is listed in ").append(owner->second.string());
+      remark.append(isElsewhere ? " and, in another pose, in " : " and again in ").append(project.string());
+      remark.append(isElsewhere ? "; it is read once, in the first pose" : "; it is read once");
+      result_.remarks.push_back(std::move(remark));
       return;
     }
     scans_[whole] = {scan.file, pose};

@@ -9,7 +9,7 @@
 namespace Formats {
 
 /// The longest XML text of a scanner project that is read: far more than thousands of scans take. While it is
-/// looked at, it takes up to 20 times its own size of memory.
+/// looked at, it takes up to 30 times its own size of memory.
 inline constexpr std::size_t kLongestProjectXml = std::size_t{64} << 20U;
 
 /// Whether the first character is that of an XML document, in an encoding that parseProjectXml() reads.

@@ -113,6 +113,8 @@ class Reader {
   void addTexts(std::uint64_t index, ProjectTexts& texts) const {
     const std::vector<std::byte> bytes = contentOf(index);
     if (startsAsXml(bytes)) {
+      require(bytes.size() <= limits_.xmlBytes, "ZIP entry " + std::to_string(index) + ": size of its XML",
+              "at most " + std::to_string(limits_.xmlBytes), std::to_string(bytes.size()));
       const std::string name = std::string(source_.name) + ", ZIP entry " + std::to_string(index);
       addXmlTexts(bytes, {name}, texts);
     } else if (std::find(bytes.begin(), bytes.end(), std::byte{0}) == bytes.end()) {

@@ -13,7 +13,9 @@ namespace Formats {
 struct ArchiveLimits {
   std::uint64_t entries = 10'000;
   std::uint64_t nameBytes = 1024;
-  std::uint64_t entryBytes = std::uint64_t{64} << 20U;   ///< of one entry, decompressed
+  std::uint64_t entryBytes = std::uint64_t{64} << 20U;  ///< of one entry, decompressed
+  /// Of an entry of XML, which takes far more memory while it is looked at.
+  std::uint64_t xmlBytes = std::uint64_t{16} << 20U;
   std::uint64_t totalBytes = std::uint64_t{256} << 20U;  ///< of all entries, decompressed
   /// Decompressed to compressed bytes of an entry; small ones may exceed it.
   std::uint64_t ratio = 200;

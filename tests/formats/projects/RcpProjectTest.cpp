@@ -108,6 +108,8 @@ TEST(RcpProject, RefusesMoreThanItsLimits) {
   EXPECT_THAT(refusal(two, {.totalBytes = 7}),
               HasSubstr("size of all ZIP entries: expected at most 7, found 8"));
   EXPECT_THAT(refusal(two, {.nameBytes = 4}), HasSubstr("length of its name: expected at most 4, found 5"));
+  EXPECT_THAT(refusal(ZipFile().entry("a.xml", "<a/>").bytes(), {.xmlBytes = 3}),
+              HasSubstr("ZIP entry 0: size of its XML: expected at most 3, found 4"));
   EXPECT_EQ(refusal(two, {.entries = 2, .nameBytes = 5, .totalBytes = 8}), "accepted");
 }
 
