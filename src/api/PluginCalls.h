@@ -7,7 +7,8 @@
 
 namespace Sorvik {
 
-/// Runs @p work, which calls foreign code or the file system; whatever it throws becomes a ConversionError of InputCannotRead.
+/// Runs @p work, which calls foreign code or the file system; whatever it throws becomes a ConversionError of
+/// InputCannotRead.
 /// @param name  of the file, for the text.
 template <class Work>
 auto callPlugin(const std::string& name, const Work& work) {
