@@ -43,7 +43,7 @@ BANS = [
     (re.compile(r"\b(thread_local)\b"), "no state with a life of its own"),
 ]
 FILE_STREAMS = re.compile(r"#include <fstream>")
-MAY_USE_FILE_STREAMS = ("src/core/File", "src/core/Memory", "src/converter/", "apps/", "tests/", "bench/", "fuzz/")
+MAY_USE_FILE_STREAMS = ("src/core/File", "src/core/Memory", "src/converter/", "apps/", "tests/", "bench/", "fuzz/", "examples/")
 LONGEST_FILE = 600
 
 

@@ -19,6 +19,7 @@ real_files() {
     fuzz_hierarchy) find "$samples/potree" -name hierarchy.bin 2>/dev/null ;;
     fuzz_e57_pages) find "$samples/e57" -name '*.e57' -size -12k 2>/dev/null ;;
     fuzz_las_header) find "$samples/las" -name '*.las' -size -40k 2>/dev/null ;;
+    fuzz_rsp_project) find "$samples/vendor" -name '*.rsp' 2>/dev/null ;;
   esac
 }
 

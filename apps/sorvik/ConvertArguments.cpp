@@ -20,8 +20,9 @@ constexpr std::uint64_t kMostThreads = 4096;
 constexpr const char* kHelp =
     "The octree appears at FOLDER once it is whole; what fails or is cancelled leaves nothing there. The "
     "points\n"
-    "are neither thinned nor changed. LAS, LAZ and E57 files are read; scanner projects are known and "
-    "refused.\n"
+    "are neither thinned nor changed. LAS, LAZ and E57 files are read. Of scanner projects (.rsp, .rpp, .rcp)\n"
+    "the exported files are read: x.las, x.laz or x.e57 beside x.rxp. The points of .rxp, .rdbx, .rcs, .zfs\n"
+    "and .zfprj are in closed formats: export them as E57 or LAS.\n"
     "Ctrl-C cancels, a second one ends the program at once; the next call then cleans up.";
 
 ConverterCompression compressionOf(const std::string& name) {
@@ -89,6 +90,8 @@ void ConvertArguments::addConversion(CLI::App& convert) {
                   "Keep the whole points of files that end early");
   group->add_flag("--allow-outside", options.allowOutside,
                   "Read members of a scanner project outside its folder");
+  group->add_flag("--apply-pose", options.applyPose,
+                  "Apply the poses of a RiSCAN PRO project to scans exported without them");
 }
 
 void ConvertArguments::addMachine(CLI::App& convert) {

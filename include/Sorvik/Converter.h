@@ -12,6 +12,8 @@
 
 namespace Sorvik {
 
+class ScanReaderPlugin;
+
 /// How a conversion ended. Where a result cannot occur in this version, it says why.
 enum class ConverterResult : std::int32_t {
   Success = 0,
@@ -95,11 +97,17 @@ struct ConverterOptions {
   bool requireColorOrIntensity = false;  ///< refuse inputs whose points have neither
   bool allowTruncated = false;           ///< keep the whole points of files that end early
   bool allowOutside = false;             ///< read members of a scanner project outside its folder
+  /// Bring the scans of a RiSCAN PRO project, exported in their scanners' systems, to the project's global
+  /// one.
+  bool applyPose = false;
   /// Bytes, at least kLeastMemoryBudget. 0: half of the usable memory, at most 4 GiB.
   std::uint64_t memoryBudget = 0;
   unsigned threads = 0;          ///< 0: one a processor
   std::wstring temporaryFolder;  ///< an existing folder for temporary files; empty: beside the output
   bool syncToDisk = true;        ///< wait until the disk has the octree, so that it survives a loss of power
+  /// For formats that the library does not know; none of them null. Of those for one extension the first that
+  /// recognises a file reads it.
+  std::vector<std::shared_ptr<const ScanReaderPlugin>> readers;
 
   static constexpr std::uint64_t kLeastMemoryBudget = std::uint64_t{512} << 20U;
 };
@@ -107,19 +115,20 @@ struct ConverterOptions {
 /// Converts scan files to an octree, as a job that runs once, on the caller's thread or in the background.
 ///
 /// Either the whole octree stands at the output path in the end, or what was there before: a job that fails,
-/// is cancelled or killed leaves nothing that could be taken for one. LAS, LAZ and E57 files are read; the other
-/// formats are known and refused.
+/// is cancelled or killed leaves nothing that could be taken for one. LAS, LAZ and E57 files are read, and
+/// scanner projects by the files that were exported beside their scans; formats without a reader are known and
+/// refused, unless the options bring one.
 ///
 /// Threads: all calls but the destructor are safe together while the job runs.
 class SORVIK_API Converter {
  public:
   /// Brotli, nothing overwritten, every other option at its default. Nothing is opened here.
   /// @param input   a scan file, or a folder that is searched with its subfolders for files of the supported
-  ///                types; the output is left out.
+  ///                types and of those that the options' readers read; the output is left out.
   /// @param output  the octree's folder; it may exist if it is empty. Missing parents are made.
   Converter(std::wstring input, std::wstring output);
   /// @throws std::invalid_argument "Error: scale <= 0" (also for a scale that is not finite), "Error:
-  ///         memoryBudget < kLeastMemoryBudget" (0 is allowed).
+  ///         memoryBudget < kLeastMemoryBudget" (0 is allowed), "Error: reader == nullptr".
   Converter(std::wstring input, std::wstring output, const ConverterOptions& options);
   /// Cancels a job that runs, and waits for its end.
   ~Converter();

@@ -29,6 +29,7 @@
 #include "Sorvik/Polygon.h"
 #include "Sorvik/ResultPointInfo.h"
 #include "Sorvik/Sample.h"
+#include "Sorvik/ScanReaderPlugin.h"
 #include "Sorvik/Span.h"
 #include "Sorvik/Sphere.h"
 #include "Sorvik/Version.h"

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "api/Arguments.h"
+#include "api/PluginReader.h"
 #include "converter/Converter.h"
 #include "converter/ScanFormats.h"
 #include "core/WideText.h"
@@ -67,7 +68,9 @@ ConversionState publicState(::Core::JobState state) { return static_cast<Convers
   engine.allowTruncated = options.allowTruncated;
   engine.allowOutside = options.allowOutside;
   if (!options.temporaryFolder.empty()) engine.temporaryFolder = pathOf(options.temporaryFolder);
+  engine.applyPose = options.applyPose;
   engine.syncToDisk = options.syncToDisk;
+  for (const auto& reader : options.readers) engine.readers.push_back(readerOf(reader));
   return engine;
 }
 
@@ -75,6 +78,7 @@ const ConverterOptions& checked(const ConverterOptions& options) {
   checkArgument(!options.scale || (std::isfinite(*options.scale) && *options.scale > 0), "Error: scale <= 0");
   checkArgument(options.memoryBudget == 0 || options.memoryBudget >= ConverterOptions::kLeastMemoryBudget,
                 "Error: memoryBudget < kLeastMemoryBudget");
+  for (const auto& reader : options.readers) checkArgument(reader != nullptr, "Error: reader == nullptr");
   return options;
 }
 

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "api/Arguments.h"
+#include "api/PointColumns.h"
 #include "core/ReplacingFile.h"
 #include "core/WideText.h"
 #include "formats/CoordinateFormat.h"
@@ -19,24 +20,11 @@ namespace {
 
 /// Points that are turned into bytes at once: few enough for the processor's cache to hold them.
 constexpr std::uint64_t kBlockPoints = 8192;
-constexpr unsigned kMostElements = 65535;
 
 std::string extensionOf(const std::filesystem::path& path) {
   std::string extension = path.extension().string();
   for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   return extension;
-}
-
-void checkAttribute(const PointFileAttribute& attribute) {
-  checkArgument(!attribute.name.empty(), "an attribute has no name");
-  checkArgument(attribute.type <= AttributeType::Double, "an attribute has no type");
-  checkArgument(attribute.numElements != 0, "an attribute has no elements");
-  checkArgument(attribute.numElements <= kMostElements, "an attribute has more than 65535 elements");
-  const auto fits = [&](const std::vector<double>& numbers) {
-    return numbers.empty() || numbers.size() == attribute.numElements;
-  };
-  checkArgument(fits(attribute.scale), "an attribute needs one scale an element, or none");
-  checkArgument(fits(attribute.offset), "an attribute needs one offset an element, or none");
 }
 
 /// The engine's layout, once the public one was found to be one.
@@ -50,16 +38,7 @@ void checkAttribute(const PointFileAttribute& attribute) {
   ::Formats::PointFileLayout engine;
   engine.scale = layout.scale;
   engine.offset = layout.offset;
-  for (const PointFileAttribute& attribute : layout.attributes) {
-    checkAttribute(attribute);
-    const bool isNew =
-        std::none_of(engine.attributes.begin(), engine.attributes.end(),
-                     [&](const ::Math::Attribute& other) { return other.name == attribute.name; });
-    checkArgument(isNew, "two attributes have the same name");
-    engine.attributes.push_back({attribute.name, attribute.description,
-                                 static_cast<::Math::AttributeType>(attribute.type), attribute.numElements,
-                                 attribute.scale, attribute.offset});
-  }
+  engine.attributes = checkedAttributes(layout.attributes);
   engine.projection = layout.projection;
   engine.adjustedStandardTime = layout.adjustedStandardTime;
   return engine;
@@ -75,19 +54,6 @@ std::unique_ptr<::Formats::PointWriter> makeWriter(const std::filesystem::path& 
   if (extension == ".ply") return std::make_unique<::Formats::PlyWriter>(layout);
   if (extension == ".csv") return std::make_unique<::Formats::CsvWriter>(layout);
   throw std::invalid_argument(path.string() + ": the extension is none of .las, .laz, .ply, .csv");
-}
-
-/// The values of @p column for @p numPoints points.
-::Formats::AttributeValues checkedValues(const PointFileColumn& column, const ::Math::Attribute& attribute,
-                                         std::uint64_t numPoints) {
-  checkArgument(column.type() == static_cast<AttributeType>(attribute.type),
-                "a column is not of its attribute's type");
-  const std::uint64_t stride = column.stride() == 0 ? attribute.numElements : column.stride();
-  checkArgument(stride >= attribute.numElements, "a column's stride is less than its elements");
-  const std::uint64_t held =
-      column.size() < attribute.numElements ? 0 : (column.size() - attribute.numElements) / stride + 1;
-  checkArgument(held >= numPoints, "a column has too few values");
-  return {static_cast<const std::byte*>(column.data()), stride * sizeOf(attribute.type)};
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ class Conversion {
       if (stated && holdsAll(*stated) && convert(records, sample, *stated)) return std::move(report_);
     }
     const auto tight = tightBox(scans_, bounds_);
-    if (stated ? differ(*stated, tight) : anyBoxIsStated()) {
+    if (allBoxesAreStated() && (!stated || differ(*stated, tight))) {
       report_.remarks.emplace_back(
           "The boxes that the inputs state do not fit their points, which were measured.");
     }
@@ -97,8 +97,8 @@ class Conversion {
     return chooseGrid(infos_, box, settings_.scale, remarks);
   }
 
-  [[nodiscard]] bool anyBoxIsStated() const {
-    return std::any_of(infos_.begin(), infos_.end(),
+  [[nodiscard]] bool allBoxesAreStated() const {
+    return std::all_of(infos_.begin(), infos_.end(),
                        [](const ScanInfo* info) { return info->statedBox != ScanInfo().statedBox; });
   }
 

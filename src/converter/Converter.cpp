@@ -7,6 +7,8 @@
 
 #include "converter/ConversionError.h"
 #include "converter/DiskSpace.h"
+#include "converter/PosedScan.h"
+#include "converter/ScanFormats.h"
 
 namespace Converter {
 namespace {
@@ -29,6 +31,13 @@ ConverterOptions named(ConverterOptions options, const std::filesystem::path& ou
   if (!folder.has_filename()) folder = folder.parent_path();
   options.conversion.name = folder.filename().string();
   return options;
+}
+
+/// All files that are read: projects, and scans.
+std::vector<std::filesystem::path> filesOf(const ScanInputs& inputs) {
+  std::vector<std::filesystem::path> files = inputs.projects;
+  for (const ScanInput& scan : inputs.scans) files.push_back(scan.file);
+  return files;
 }
 
 /// Adds the seconds of its own life to a number.
@@ -67,7 +76,7 @@ Converter::Converter(std::filesystem::path input, std::filesystem::path output, 
       options_(named(std::move(options), output)),
       engine_(std::move(engine)),
       progress_(stageWeights(options_.conversion.encoding)),
-      choice_{{std::move(input)}, {}, std::move(output)} {}
+      choice_{{std::move(input)}, {}, std::move(output), {}} {}
 
 bool Converter::addInput(std::filesystem::path input) {
   const std::lock_guard lock(choiceMutex_);
@@ -108,14 +117,17 @@ Core::JobOutcome Converter::work(std::stop_token stopToken) {
 }
 
 void Converter::convert(const std::stop_token& stopToken) {
-  const InputChoice inputs = choice();
+  InputChoice inputs = choice();
+  for (const auto& reader : options_.readers) inputs.furtherExtensions.push_back(reader->extension());
   InputFiles found = findInputFiles(inputs, stopToken);
   addRemarks(std::move(found.remarks));
-  const Scans scans = openScans(found.files, stopToken);
+  ScanInputs scanFiles = findInputs(found, inputs.furtherExtensions, stopToken);
+  addRemarks(std::move(scanFiles.remarks));
+  const Scans scans = openScans(scanFiles.scans, stopToken);
 
   Core::FileSystem& files = *engine_.files;
   const std::unique_ptr<OutputPlace> place = engine_.prepareOutput(
-      files, inputs.output, {options_.overwrite, options_.temporaryFolder, found.files});
+      files, inputs.output, {options_.overwrite, options_.temporaryFolder, filesOf(scanFiles)});
   const std::vector<std::string> leftovers = place->remarks();
   addRemarks(leftovers);
   const ConversionFolders folders{place->partial(), place->temporary()};
@@ -140,16 +152,22 @@ InputChoice Converter::choice() const {
   return choice_;
 }
 
-Converter::Scans Converter::openScans(const std::vector<std::filesystem::path>& files,
+ScanInputs Converter::findInputs(const InputFiles& found, std::vector<std::string> furtherExtensions,
+                                 const std::stop_token& stopToken) const {
+  const ProjectOptions options{options_.allowOutside, options_.applyPose, std::move(furtherExtensions)};
+  return findScans(*engine_.files, found.files, options, stopToken);
+}
+
+Converter::Scans Converter::openScans(const std::vector<ScanInput>& inputs,
                                       const std::stop_token& stopToken) {
   Scans scans;
   std::uint64_t numPoints = 0;
   std::vector<std::string> leftOut;
-  for (const std::filesystem::path& file : files) {
+  for (const ScanInput& input : inputs) {
     if (stopToken.stop_requested()) throw ConversionCancelled();
-    std::unique_ptr<ScanReader> scan = openUnlessEmpty(file);
+    std::unique_ptr<ScanReader> scan = openUnlessEmpty(input);
     if (!scan) {
-      leftOut.push_back(file.string() + " holds no points and was left out");
+      leftOut.push_back(input.file.string() + " holds no points and was left out");
       continue;
     }
     checkAttributes(scan->info());
@@ -158,10 +176,10 @@ Converter::Scans Converter::openScans(const std::vector<std::filesystem::path>& 
     scans.push_back(std::move(scan));
   }
   if (scans.empty()) {
-    const std::string first = files.front().string();
-    throw ConversionError(Result::InputEmpty, files.size() == 1
+    const std::string first = inputs.front().file.string();
+    throw ConversionError(Result::InputEmpty, inputs.size() == 1
                                                   ? first + ": holds no points"
-                                                  : first + " and " + std::to_string(files.size() - 1) +
+                                                  : first + " and " + std::to_string(inputs.size() - 1) +
                                                         " more: no input holds points");
   }
   addRemarks(std::move(leftOut));
@@ -169,15 +187,31 @@ Converter::Scans Converter::openScans(const std::vector<std::filesystem::path>& 
   return scans;
 }
 
-std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const std::filesystem::path& file) const {
+std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const ScanInput& input) const {
   try {
-    std::unique_ptr<ScanReader> scan =
-        engine_.openScan(*engine_.files, file, {options_.allowTruncated, options_.allowOutside});
-    if (scan->info().numPoints != 0) return scan;
+    std::unique_ptr<ScanReader> scan = open(input.file);
+    if (scan->info().numPoints != 0) {
+      return input.pose ? withPose(std::move(scan), *input.pose) : std::move(scan);
+    }
   } catch (const ConversionError& error) {
     if (error.result() != Result::InputEmpty) throw;
   }
   return nullptr;
+}
+
+std::unique_ptr<ScanReader> Converter::open(const std::filesystem::path& file) const {
+  const std::string extension = extensionOf(file);
+  bool hasReader = false;
+  for (const auto& reader : options_.readers) {
+    if (reader->extension() != extension) continue;
+    hasReader = true;
+    if (std::unique_ptr<ScanReader> scan = reader->open(*engine_.files, file)) return scan;
+  }
+  if (hasReader && !isScanExtension(extension)) {
+    throw ConversionError(Result::InputPointCloudFormatUnsupported,
+                          file.string() + ": no reader plug-in knows its first bytes");
+  }
+  return engine_.openScan(*engine_.files, file, {options_.allowTruncated});
 }
 
 void Converter::checkAttributes(const ScanInfo& info) const {

@@ -11,7 +11,9 @@
 
 #include "converter/Conversion.h"
 #include "converter/ConverterEngine.h"
+#include "converter/FormatReader.h"
 #include "converter/InputFiles.h"
+#include "converter/ProjectInputs.h"
 #include "converter/StageProgress.h"
 #include "core/Job.h"
 
@@ -24,6 +26,10 @@ struct ConverterOptions {
   bool requireColorOrIntensity = false;  ///< refuse inputs whose points have neither
   bool allowTruncated = false;           ///< keep the whole points of files that end early
   bool allowOutside = false;             ///< read members of a project that lie outside its folder
+  bool applyPose = false;                ///< bring members of a project to its global coordinate system
+  /// For further formats; of those for one extension the first that knows a file's first bytes reads it, and
+  /// the reader of the extension's own format, if there is one, where none does.
+  std::vector<std::shared_ptr<const FormatReader>> readers;
   std::optional<std::filesystem::path> temporaryFolder;  ///< nothing: beside the output
   bool syncToDisk = true;  ///< wait until the disk has the output, so that it survives a loss of power
 };
@@ -79,9 +85,11 @@ class Converter final : public Core::Job {
 
   void convert(const std::stop_token& stopToken);
   [[nodiscard]] InputChoice choice() const;
-  [[nodiscard]] Scans openScans(const std::vector<std::filesystem::path>& files,
-                                const std::stop_token& stopToken);
-  [[nodiscard]] std::unique_ptr<ScanReader> openUnlessEmpty(const std::filesystem::path& file) const;
+  [[nodiscard]] ScanInputs findInputs(const InputFiles& found, std::vector<std::string> furtherExtensions,
+                                      const std::stop_token& stopToken) const;
+  [[nodiscard]] Scans openScans(const std::vector<ScanInput>& inputs, const std::stop_token& stopToken);
+  [[nodiscard]] std::unique_ptr<ScanReader> openUnlessEmpty(const ScanInput& input) const;
+  [[nodiscard]] std::unique_ptr<ScanReader> open(const std::filesystem::path& file) const;
   void checkAttributes(const ScanInfo& info) const;
   void addRemarks(std::vector<std::string> remarks);
   /// Those that concern one scan.

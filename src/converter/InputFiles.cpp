@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "converter/ClosedFormats.h"
 #include "converter/ConversionError.h"
 #include "converter/OutputPaths.h"
 #include "converter/ScanFormats.h"
@@ -40,19 +41,21 @@ fs::path canonicalOf(const fs::path& path) {
   return result;
 }
 
-std::string listedExtensions() {
+std::string listedExtensions(const std::vector<std::string>& further) {
   std::string text;
   for (const ScanFormat& format : scanFormats()) {
     if (!text.empty()) text += ", ";
     text += format.extension;
   }
+  for (const std::string& extension : further) text += ", " + extension;
   return text;
 }
 
 /// Gathers files by their canonical paths.
 class Search {
  public:
-  Search(const fs::path& output, const std::stop_token& stopToken) : output_(output), stopToken_(stopToken) {}
+  Search(const InputChoice& choice, const std::stop_token& stopToken)
+      : output_(choice.output), further_(choice.furtherExtensions), stopToken_(stopToken) {}
 
   void add(const fs::path& input) {
     const fs::file_type type = typeOf(input);
@@ -101,7 +104,7 @@ class Search {
     const bool isFolder = fs::is_directory(path, ignored);
     if (isFolder && !isOutput(path)) {
       folders_.push_back(path);
-    } else if (!isFolder && isScanExtension(path.extension().native())) {
+    } else if (!isFolder && isScan(path)) {
       take(path, typeOf(path));
     } else if (!isFolder && otherFile_.empty()) {
       otherFile_ = path;
@@ -120,6 +123,12 @@ class Search {
                                  : file.string() + " is the same file as " + first + " and is read once");
   }
 
+  [[nodiscard]] bool isScan(const fs::path& file) const {
+    const std::string extension = extensionOf(file);
+    return isScanExtension(extension) ||
+           std::find(further_.begin(), further_.end(), extension) != further_.end();
+  }
+
   [[nodiscard]] bool isOutput(const fs::path& folder) const {
     const fs::path whole = canonicalOf(folder);
     return whole == output_.output || whole == output_.partial || whole == output_.old;
@@ -130,13 +139,17 @@ class Search {
     if (otherFile_.empty()) {
       throw ConversionError(Result::InputEmpty, searched_.begin()->string() + ": the folder holds no files");
     }
+    if (const auto reason = closedFormatReason(extensionOf(otherFile_))) {
+      throw ConversionError(Result::InputPointCloudFormatUnsupported, otherFile_.string() + ": " + *reason);
+    }
     throw ConversionError(Result::InputPointCloudFormatUnsupported,
                           otherFile_.string() +
                               " and what else was found are no scan files: expected one of " +
-                              listedExtensions());
+                              listedExtensions(further_));
   }
 
   const OutputPaths output_;
+  const std::vector<std::string>& further_;  // extensions
   const std::stop_token& stopToken_;
   std::vector<fs::path> folders_;       // still to be searched
   std::set<fs::path> searched_;         // canonical
@@ -155,7 +168,7 @@ fs::path baseOfFiles(const InputChoice& choice) {
 }  // namespace
 
 InputFiles findInputFiles(const InputChoice& choice, const std::stop_token& stopToken) {
-  Search search(choice.output, stopToken);
+  Search search(choice, stopToken);
   const fs::path base = baseOfFiles(choice);
   for (const fs::path& file : choice.files) search.addFile(base / file);
   if (choice.files.empty()) {

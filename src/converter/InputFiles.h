@@ -16,6 +16,8 @@ struct InputChoice {
   std::vector<std::filesystem::path> files;
   /// Where the octree will stand: it, `<output>.partial` and `<output>.old` are not searched.
   std::filesystem::path output;
+  /// Of further formats whose files are found in folders: small letters, with the dot.
+  std::vector<std::string> furtherExtensions = {};
 };
 
 /// The files to convert.

@@ -1,8 +1,8 @@
 #include "converter/OpenScan.h"
 
-#include <algorithm>
 #include <string>
 
+#include "converter/ClosedFormats.h"
 #include "converter/ConversionError.h"
 #include "converter/E57ScanReader.h"
 #include "converter/LasScanReader.h"
@@ -25,12 +25,9 @@ std::unique_ptr<ScanReader> openScan(Core::FileSystem& files, const std::filesys
     return openLas(files, file, LasReadOptions{.allowTruncated = options.allowTruncated});
   }
   if (extension == ".e57") return openE57(files, file);
-  const auto formats = scanFormats();
-  const auto known = std::find_if(formats.begin(), formats.end(),
-                                  [&](const ScanFormat& format) { return format.extension == extension; });
-  if (known == formats.end()) refuse(file, "is no scan file: its name should end in .las, .laz or .e57");
-  refuse(file, "files of the format " + std::string(known->name) +
-                   " cannot be read yet: export them as LAS or E57");
+  if (const auto reason = closedFormatReason(extension)) refuse(file, *reason);
+  if (isScanExtension(extension)) refuse(file, "is a project; name it as an input of its own");
+  refuse(file, "is no scan file: its name should end in .las, .laz or .e57");
 }
 
 }  // namespace Converter

@@ -8,10 +8,9 @@
 
 namespace Converter {
 
-/// What to accept in scan files and projects.
+/// What to accept in scan files.
 struct ScanOptions {
   bool allowTruncated = false;  ///< keep the whole points of files that end early
-  bool allowOutside = false;    ///< read members of a project that lie outside its folder
 };
 
 /// Opens a scan file by the reader for its format. The extension says the format; the reader looks whether

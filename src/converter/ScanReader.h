@@ -18,7 +18,7 @@ namespace Converter {
 struct ScanInfo {
   std::string name;             ///< the file's path, for messages and reports
   std::uint64_t numPoints = 0;  ///< that the blocks will give, at most
-  /// As the file states it: it may be wrong, and need not be finite. As it is here where the file states none.
+  /// As the file states it: it may be wrong, and need not be finite. Left as it is where none is stated.
   Math::NBoundingBox<double, 3> statedBox;
   /// Where coordinates are stored as integers: world = stored * scale + offset, scale above 0.
   struct Grid {

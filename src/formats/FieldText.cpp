@@ -36,15 +36,6 @@ std::size_t sequenceLength(std::string_view text) {
   return 0;
 }
 
-bool isUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = sequenceLength(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 std::string utf8FromLatin1(std::string_view text) {
   std::string out;
   for (const char c : text) {
@@ -60,6 +51,15 @@ std::string utf8FromLatin1(std::string_view text) {
 }
 
 }  // namespace
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = sequenceLength(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
 
 std::string textOfField(std::span<const std::byte> field) {
   const auto end = std::find(field.begin(), field.end(), std::byte{0});

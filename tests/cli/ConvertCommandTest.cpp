@@ -41,10 +41,11 @@ class ConvertCommand : public testing::Test {
 
 TEST(ConvertArguments, AreExplained) {
   const std::string help = outputOf({"convert", "--help"});
-  for (const char* const part : {"INPUT", "-o,--output FOLDER", "--encoding", "--compression", "--sampling",
-                                 "--scale", "--overwrite", "--memory", "--threads", "--temp",
-                                 "--drop-duplicates", "--strict-crs", "--require-color-or-intensity",
-                                 "--allow-truncated", "--allow-outside", "--json", "--progress", "Ctrl-C"}) {
+  for (const char* const part :
+       {"INPUT", "-o,--output FOLDER", "--encoding", "--compression", "--sampling", "--scale", "--overwrite",
+        "--memory", "--threads", "--temp", "--drop-duplicates", "--strict-crs",
+        "--require-color-or-intensity", "--allow-truncated", "--allow-outside", "--apply-pose", "--json",
+        "--progress", "Ctrl-C"}) {
     EXPECT_THAT(help, HasSubstr(part));
   }
 }

@@ -71,6 +71,12 @@ TEST_F(ConversionBoxes, AllWrongBoxesGiveTheOctreeOfTheTrueOneAndARemark) {
   }
 }
 
+TEST_F(ConversionBoxes, WithoutAStatedBoxTheTrueOneIsMeasuredWithoutARemark) {
+  const Converted converted = convert(Box{});
+  EXPECT_EQ(converted.files, convert(tight_).files);
+  EXPECT_THAT(converted.remarks, IsEmpty());
+}
+
 TEST_F(ConversionBoxes, AStatedBoxOfUpToTwiceTheLengthGivesTheCube) {
   const Box stated = grown(tight_, 0.5, 0.4);
   ScanContent content = content_;

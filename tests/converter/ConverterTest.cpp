@@ -107,7 +107,6 @@ TEST_F(ConverterJob, HandsItsOptionsOn) {
   EXPECT_THAT(engine.placeOptions.inputs, ElementsAre(a, b));
   EXPECT_THAT(engine.placeOptions.temporaryFolder, Optional(fs::path("/elsewhere")));
   EXPECT_TRUE(engine.scanOptions.allowTruncated);
-  EXPECT_FALSE(engine.scanOptions.allowOutside);
 }
 
 TEST_F(ConverterJob, CollectsTheRemarksOfEveryStep) {

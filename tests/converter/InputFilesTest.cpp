@@ -57,6 +57,19 @@ TEST_F(FindInputFiles, FindsFilesOfKnownFormatsInAFolderAndBelowSorted) {
   EXPECT_THAT(findInFolder().files, ElementsAre(first, below, last));
 }
 
+TEST_F(FindInputFiles, FindsFilesOfFurtherFormatsInAFolder) {
+  const fs::path text = add("a.XYZ");
+  add("b.xy");
+  EXPECT_THAT(Converter::findInputFiles({{in()}, {}, out(), {".xyz"}}, {}).files, ElementsAre(text));
+  expectFailure({{in()}, {}, out()}, Result::InputPointCloudFormatUnsupported, ".zfs, .zfprj");
+  expectFailure({{in()}, {}, out(), {".abc"}}, Result::InputPointCloudFormatUnsupported, ".zfprj, .abc");
+}
+
+TEST_F(FindInputFiles, SaysOfAFolderOfClosedScansWhatToDo) {
+  add("a.rxp");
+  expectFailure({{in()}, {}, out()}, Result::InputPointCloudFormatUnsupported, "a.rxp: is a RIEGL scan");
+}
+
 TEST_F(FindInputFiles, TakesSeveralFilesAndFolders) {
   const fs::path a = add("one/a.las");
   const fs::path b = add("two/b.las");

@@ -21,10 +21,19 @@ void expectUnsupported(const std::filesystem::path& file, const std::string& tex
   }
 }
 
-TEST(OpenScan, SaysWhatToDoWithFormatsThatHaveNoReader) {
+TEST(OpenScan, TakesNoProjectForAScan) {
+  expectUnsupported("a/p.RSP", "a/p.RSP: is a project; name it as an input of its own");
+}
+
+TEST(OpenScan, NamesTheVendorOfClosedFormatsAndTheWayOut) {
   expectUnsupported(
-      "a/p.RSP", "a/p.RSP: files of the format Riegl RiScan cannot be read yet: export them as LAS or E57");
-  expectUnsupported("p.zfprj", "Zoller+Froehlich Project cannot be read yet");
+      "a/scan.rcs",
+      "a/scan.rcs: is an Autodesk ReCap scan (.rcs), whose format its vendor has not published: a "
+      "reader for its points is missing; export them as E57 or LAS, as ReCap does, and convert");
+  expectUnsupported("a.ZFS", "a.ZFS: is a Zoller+Froehlich scan (.zfs)");
+  expectUnsupported("a.zfprj", "is a Zoller+Froehlich project (.zfprj)");
+  expectUnsupported("a.rxp", "is a RIEGL scan (.rxp)");
+  expectUnsupported("a.rdbx", "is a RIEGL point database (.rdbx)");
 }
 
 TEST(OpenScan, RefusesWhatIsNoScanFile) {

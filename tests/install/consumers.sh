@@ -21,6 +21,8 @@ fi
   -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$compiler" \
   -DCMAKE_CXX_FLAGS="$flags -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror" >"$work/configure.log"
 "$cmake" --build "$work/byCMake" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
+printf '1 2 3 4\n5 6 7 8\n' >"$work/scan.xyzi"
+[ "$("$work/byCMake/text_scans" "$work/scan.xyzi" "$work/cloud")" = "2 points" ]
 "$work/byCMake/shapes" | tee "$work/byCMake.txt"
 
 export PKG_CONFIG_PATH="${pc%/*}"
