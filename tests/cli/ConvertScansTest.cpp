@@ -31,16 +31,32 @@ TEST_P(ThereAndBack, KeepsEveryAttributeOfAScan) {
   const TempFolder folder;
   const auto path = [&](const char* name) { return (folder.path() / name).string(); };
   (void)outputOf({"convert", scan.string(), "-o", path("first"), "--encoding", "uncompressed"});
-  (void)outputOf({"points", path("first"), "-o", path("back.las")});
-  (void)outputOf({"convert", path("back.las"), "-o", path("second"), "--encoding", "uncompressed"});
   const std::vector<std::string> lines = linesOf(path("first"));
   EXPECT_GT(lines.size(), 5U);
-  EXPECT_EQ(linesOf(path("second")), lines);
+  for (const char* const back : {"back.las", "back.laz"}) {
+    (void)outputOf({"points", path("first"), "-o", path(back)});
+    const std::string second = path(back) + "-octree";
+    (void)outputOf({"convert", path(back), "-o", second, "--encoding", "uncompressed"});
+    EXPECT_EQ(linesOf(second), lines) << back;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scans, ThereAndBack,
                          testing::Values("pdal-autzen_trim_7.las", "laspy-simple1_4.las",
                                          "laszip-5points_14.las", "loadersgl-pdrf8-1.4.las"));
+
+TEST(ConvertScans, MakeTheSameOctreeCompressedOrNot) {
+  const TempFolder folder;
+  const auto path = [&](const std::string& name) { return (folder.path() / name).string(); };
+  for (const std::string extension : {"las", "laz"}) {
+    (void)outputOf({"make-sample", path("scan." + extension), "--points", "120000"});
+    (void)outputOf(
+        {"convert", path("scan." + extension), "-o", path(extension), "--encoding", "uncompressed"});
+  }
+  for (const std::string file : {"octree.bin", "hierarchy.bin"}) {
+    EXPECT_TRUE(readFile(path("las/" + file)) == readFile(path("laz/" + file))) << file;
+  }
+}
 
 TEST(ConvertScans, AreAnyNumberHoweverFewFilesMayBeOpen) {
   constexpr int kFiles = 120;
