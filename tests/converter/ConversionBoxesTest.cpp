@@ -90,7 +90,7 @@ TEST_F(ConversionBoxes, APlausibleBoxLetsTheInputBeReadOnceHoweverLittleTheSampl
   ScanContent content = content_;
   content.points.clear();
   for (int i = 0; i < 40'000; ++i) content.points.push_back({i % 100 * 1.0, 0, 0});
-  content.points[1] = {3'000, 0, 0};  // which the sample misses
+  content.points[1] = {2'000, 0, 0};  // which the sample misses
   content.columns.clear();
   content.pointsPerBlock = 40'000;
   std::atomic<int> reads{0};
