@@ -34,7 +34,8 @@ class Sample {
   /// @throws ConversionError, ConversionCancelled.
   Sample(Scans scans, const std::stop_token& stopToken);
 
-  /// Whether the sample gives no reason to doubt the stated box: it holds the sample and is not absurdly large.
+  /// Whether the sample gives no reason to doubt the stated box: it holds the sample and is not absurdly
+  /// large.
   [[nodiscard]] bool agreesWith(const Math::NBoundingBox<double, 3>& stated) const;
 
   /// Whether all but one in a thousand points lie in a small part of the box: a sign that the others are

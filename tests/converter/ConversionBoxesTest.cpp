@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <limits>
 
 #include "converter/ConversionRun.h"
@@ -12,6 +13,7 @@ namespace {
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using Box = Math::NBoundingBox<double, 3>;
 using Testing::clusteredScan;
 using Testing::ConversionRun;
@@ -88,6 +90,21 @@ TEST_F(ConversionBoxes, AStatedBoxOfUpToTwiceTheLengthGivesTheCube) {
   const auto size = stated.size();
   EXPECT_NEAR(metaData.at("spacing").get<double>() * 128, std::max({size[0], size[1], size[2]}), 0.03);
   EXPECT_EQ(run.octree().allPoints(), expectedRecords(content, metaData));
+}
+
+TEST_F(ConversionBoxes, APlausibleBoxLetsTheInputBeReadOnceHoweverLittleTheSampleSays) {
+  ScanContent content = content_;
+  content.points.clear();
+  for (int i = 0; i < 40'000; ++i) content.points.push_back({i % 100 * 1.0, 0, 0});
+  content.points[1] = {2'000, 0, 0};  // which the sample misses
+  content.columns.clear();
+  content.pointsPerBlock = 40'000;
+  std::atomic<int> reads{0};
+  content.beforeBlock = [&](std::uint64_t) { ++reads; };
+  content.statedBox = grown(content.trueBox(), 0.4, 0.4);
+  ConversionRun run;
+  EXPECT_THAT(run.convert(scansOf({content})).remarks, Not(Contains(HasSubstr("do not fit"))));
+  EXPECT_EQ(reads, 1);
 }
 
 TEST_F(ConversionBoxes, TheCubeHoldsThePointsAndItsEdgeIsTheLongestExtentAndAStep) {
