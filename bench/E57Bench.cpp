@@ -1,10 +1,14 @@
 // Reading the points of E57 files on one thread, against the least that any reader does that looks at the
 // checksums: copying the same pages out of the file and checking their CRC-32C. The files stand in memory.
+//   e57_bench [FOLDER]: also writes the files to FOLDER, so that other readers can be timed.
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 #include "Rounds.h"
 #include "converter/E57ScanReader.h"
@@ -115,9 +119,26 @@ bool isRight(const ScanReader& scan, const E57Scan& truth) {
   return record == kPoints;
 }
 
-void run(const char* what, const E57Scan& content, double most) {
+/// With what other readers want to see beside the points.
+std::string completeFile(E57Scan scan) {
+  scan.elements = R"(<guid type="String">{bench}</guid>)";
+  return Testing::E57File()
+      .rootElements(R"(<formatName type="String">ASTM E57 3D Imaging Data File</formatName>)"
+                    R"(<guid type="String">{file}</guid><versionMajor type="Integer">1</versionMajor>)"
+                    R"(<versionMinor type="Integer">0</versionMinor>)")
+      .scan(std::move(scan))
+      .bytes();
+}
+
+/// @param most  times the baseline.
+void run(const char* what, const E57Scan& content, double most, const std::filesystem::path& folder) {
   Testing::MemoryFileSystem files;
-  files.put(kFile, Testing::E57File().scan(content).bytes());
+  const std::string bytes = completeFile(content);
+  files.put(kFile, bytes);
+  if (!folder.empty()) {
+    std::ofstream(folder / (std::string(what) + ".e57"), std::ios::binary)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  }
   const std::unique_ptr<Core::ReadableFile> file = files.open(kFile);
   const std::unique_ptr<ScanReader> scan = Converter::openE57(files, kFile);
   if (!isRight(*scan, content)) {
@@ -134,10 +155,11 @@ void run(const char* what, const E57Scan& content, double most) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const std::filesystem::path folder = argc > 1 ? argv[1] : "";
   constexpr double kMostForFloats = 9;
   constexpr double kMostForIntegers = 14;
-  run("single precision with colours", floatsWithColor(), kMostForFloats);
-  run("scaled integers of 19 bits", scaledIntegers(19), kMostForIntegers);
-  run("scaled integers of 24 bits", scaledIntegers(24), kMostForIntegers);
+  run("single precision with colours", floatsWithColor(), kMostForFloats, folder);
+  run("scaled integers of 19 bits", scaledIntegers(19), kMostForIntegers, folder);
+  run("scaled integers of 24 bits", scaledIntegers(24), kMostForIntegers, folder);
 }

@@ -23,7 +23,7 @@ E57Pages::E57Pages(const Core::ReadableFile& file, std::uint64_t fileSize, std::
 void E57Pages::read(std::uint64_t logicalOffset, std::span<std::byte> out) {
   while (!out.empty()) {
     const std::uint64_t page = logicalOffset / kPageContent;
-    const std::size_t inside = static_cast<std::size_t>(logicalOffset % kPageContent);
+    const auto inside = static_cast<std::size_t>(logicalOffset % kPageContent);
     if (page < first_ || page - first_ >= loaded_) load(page);
     const std::size_t count = std::min(out.size(), kPageContent - inside);
     std::memcpy(out.data(), pages_.get() + static_cast<std::size_t>(page - first_) * kPageSize + inside,

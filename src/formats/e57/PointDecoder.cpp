@@ -89,7 +89,7 @@ template <class Integer>
 Integer clamped(double value) {
   constexpr double kMost = std::numeric_limits<Integer>::max();
   if (!(value > 0)) return 0;
-  return value < kMost ? static_cast<Integer>(value + 0.5) : std::numeric_limits<Integer>::max();
+  return value < kMost ? static_cast<Integer>(std::floor(value + 0.5)) : std::numeric_limits<Integer>::max();
 }
 
 }  // namespace
