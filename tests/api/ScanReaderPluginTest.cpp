@@ -23,7 +23,6 @@ using Sorvik::ConverterResult;
 using Sorvik::PointFileColumn;
 using Sorvik::ScanPointSink;
 using testing::AllOf;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -37,7 +37,7 @@ std::string refusal(const std::string& xml) {
 }
 
 std::string matrix(const std::string& numbers) {
-  return "<matrix rows=\"4\" cols=\"4\"> " + numbers + " </matrix>";
+  return "<matrix rows='4' cols='4'> " + numbers + " </matrix>";
 }
 
 constexpr const char* kIdentity = "1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1";
@@ -46,16 +46,16 @@ constexpr const char* kQuarterTurn = "0 -1 0 10  1 0 0 20  0 0 1 30  0 0 0 1";
 
 /// A project of one position with one scan; each part may be replaced.
 struct Project {
-  std::string head = "<?xml version=\"1.0\"?><!DOCTYPE project SYSTEM \"./project.dtd\">";
+  std::string head = "<?xml version='1.0'?><!DOCTYPE project SYSTEM './project.dtd'>";
   std::string pop = "<pop>" + matrix(kIdentity) + "</pop>";
   std::string sop = "<sop>" + matrix(kIdentity) + "</sop>";
   std::string lists =
-      "<singlescans fold=\"SINGLESCANS\"><scan name=\"a\"><file>a.rxp</file></scan></singlescans>";
+      "<singlescans fold='SINGLESCANS'><scan name='a'><file>a.rxp</file></scan></singlescans>";
   std::string objects = {};
 
   [[nodiscard]] std::string xml() const {
-    return head + "<project name=\"p\" kind=\"ProjectX\" fold=\"p.RiSCAN\">" + pop +
-           "<scanpositions fold=\"SCANS\"><scanposition name=\"SP01\" fold=\"P1\"><name>SP01</name>"
+    return head + "<project name='p' kind='ProjectX' fold='p.RiSCAN'>" + pop +
+           "<scanpositions fold='SCANS'><scanposition name='SP01' fold='P1'><name>SP01</name>"
            "<registered>1</registered>" +
            sop + lists + "</scanposition></scanpositions>" + objects + "</project>";
   }
@@ -71,15 +71,15 @@ TEST(RspProject, JoinsFoldersAndFileToAPath) {
 TEST(RspProject, ListsScansAndPointCloudsButNoScansOfReflectors) {
   Project project;
   project.lists =
-      "<singlescans fold=\"S\"><scan><file>a.rxp</file></scan><scan/><scan><file> "
+      "<singlescans fold='S'><scan><file>a.rxp</file></scan><scan/><scan><file> "
       "</file></scan></singlescans>"
-      "<tiepointscans fold=\"T\"><scan><file>tp1.rxp</file></scan></tiepointscans>"
+      "<tiepointscans fold='T'><scan><file>tp1.rxp</file></scan></tiepointscans>"
       "<profilescans><scan><file>line.rxp</file></scan></profilescans>"
-      "<rdb2pointclouds fold=\"C\"><rdb2pointcloud><file>c.rdbx</file></rdb2pointcloud></rdb2pointclouds>"
-      "<scanposimages fold=\"I\"><scanposimage><file>i.jpg</file></scanposimage></scanposimages>";
+      "<rdb2pointclouds fold='C'><rdb2pointcloud><file>c.rdbx</file></rdb2pointcloud></rdb2pointclouds>"
+      "<scanposimages fold='I'><scanposimage><file>i.jpg</file></scanposimage></scanposimages>";
   project.objects =
-      "<geometry_objects><pointclouds fold=\"ALL\"><rdb2pointcloud><file>all.rdbx</file></rdb2pointcloud>"
-      "</pointclouds><images fold=\"I\"><image><file>x.jpg</file></image></images></geometry_objects>";
+      "<geometry_objects><pointclouds fold='ALL'><rdb2pointcloud><file>all.rdbx</file></rdb2pointcloud>"
+      "</pointclouds><images fold='I'><image><file>x.jpg</file></image></images></geometry_objects>";
   EXPECT_THAT(pathsOf(read(project.xml())),
               ElementsAre("SCANS/P1/S/a.rxp", "SCANS/P1/line.rxp", "SCANS/P1/C/c.rdbx", "ALL/all.rdbx"));
 }
@@ -87,13 +87,13 @@ TEST(RspProject, ListsScansAndPointCloudsButNoScansOfReflectors) {
 TEST(RspProject, SkipsWhatIsMarkedDeleted) {
   Project project;
   project.lists =
-      "<singlescans><scan states=\"deleted\" date_deleted=\"2016\"><file>old@2016.rxp</file></scan>"
-      "<scan states=\"default\"><file>new.rxp</file></scan></singlescans>";
+      "<singlescans><scan states='deleted' date_deleted='2016'><file>old@2016.rxp</file></scan>"
+      "<scan states='default'><file>new.rxp</file></scan></singlescans>";
   EXPECT_THAT(pathsOf(read(project.xml())), ElementsAre("SCANS/P1/new.rxp"));
   EXPECT_EQ(read(project.xml()).numDeleted, 1U);
 
   std::string xml = Project().xml();
-  xml.replace(xml.find("<scanposition "), 14, "<scanposition states=\"deleted\" ");
+  xml.replace(xml.find("<scanposition "), 14, "<scanposition states='deleted' ");
   EXPECT_THAT(pathsOf(read(xml)), IsEmpty());
   EXPECT_EQ(read(xml).numPositions, 0U);
 }
@@ -162,8 +162,7 @@ TEST(RspProject, RefusesEveryTruncation) {
 
 TEST(RspProject, RefusesEntitiesAndExpandsNone) {
   Project project;
-  project.head =
-      "<!DOCTYPE project [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">]>";
+  project.head = "<!DOCTYPE project [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>]>";
   EXPECT_THAT(refusal(project.xml()), HasSubstr("DOCTYPE: expected no entities"));
   project.head = "<!DOCTYPE project [\n <!-- PUT INTERNAL DOCUMENT TYPE DEFINITION SUBSET HERE -->\n]>";
   EXPECT_THAT(pathsOf(read(project.xml())), Not(IsEmpty()));
@@ -180,7 +179,7 @@ TEST(RspProject, ReadsNamesOfOldProgramsAsWindows1252) {
 TEST(RspProject, HandsOnPathsThatLeadOutside) {
   Project project;
   project.lists =
-      "<singlescans fold=\"..\\..\"><scan><file>..\\a.rxp</file></scan><scan><file>C:\\x\\b.rxp</file></scan>"
+      R"(<singlescans fold="..\.."><scan><file>..\a.rxp</file></scan><scan><file>C:\x\b.rxp</file></scan>)"
       "<scan><file>/etc/c.rxp</file></scan></singlescans>";
   EXPECT_THAT(pathsOf(read(project.xml())),
               ElementsAre("SCANS/P1/../../../a.rxp", "C:/x/b.rxp", "/etc/c.rxp"));
