@@ -17,11 +17,18 @@ static_assert(ColumnParser::kFarthest == (std::size_t{1} << 22U) - 16);
 constexpr std::uint64_t kEmptyLastBlock = 0b11;
 constexpr unsigned kEmptyLastBlockBits = 2;
 
+// Shorter columns go on in the segment before: codes of their own do not pay, and hundreds of them must not
+// end block after block.
+constexpr std::size_t kLeastSegment = 48;
+
 void checkSizes(std::size_t size, std::size_t numElements, std::span<const std::size_t> strides) {
   const std::size_t stride = std::accumulate(strides.begin(), strides.end(), std::size_t{0});
   const bool empty = numElements == 0 || stride == 0;
   const bool fits = empty ? size == 0 : size % stride == 0 && size / stride == numElements;
-  if (!fits || std::find(strides.begin(), strides.end(), std::size_t{0}) != strides.end()) {
+  // A sum of strides of which one is larger than the data has wrapped.
+  const bool sound = std::all_of(strides.begin(), strides.end(),
+                                 [&](std::size_t s) { return s != 0 && (s <= size || numElements == 0); });
+  if (!fits || !sound) {
     throw std::invalid_argument("brotli columns: " + std::to_string(numElements) + " elements of " +
                                 std::to_string(stride) + " bytes are not " + std::to_string(size) + " bytes");
   }
@@ -61,10 +68,12 @@ void ColumnEncoder::encodeColumn(std::span<const std::byte> data, const ColumnRa
   if (column.end - column.begin > room()) finishBlock(data);
   for (std::size_t begin = column.begin; begin < column.end;) {
     const std::size_t end = std::min(column.end, begin + room());
-    Segment segment{begin, end, block_.commands.size(), 0, carried_};
+    if (block_.segments.empty() || end - begin >= kLeastSegment) {
+      block_.segments.push_back({begin, begin, block_.commands.size(), 0, carried_});
+    }
     parser_.parse(end, carried_, block_.commands);
-    segment.endCommand = block_.commands.size();
-    block_.segments.push_back(segment);
+    block_.segments.back().end = end;
+    block_.segments.back().endCommand = block_.commands.size();
     if (room() == 0) finishBlock(data);
     begin = end;
   }

@@ -163,10 +163,11 @@ void ColumnParser::parseRepetitions(std::size_t end, std::uint32_t& carried, std
   std::size_t position = position_;
   std::size_t lane = lane_;
   std::size_t literals = carried;
-  if (position == column_.begin) {
-    const std::size_t first = std::min(stride, end - position);
+  if (position < column_.begin + stride) {  // the first element, or the part of it in this piece
+    const std::size_t first = std::min(column_.begin + stride, end) - position;
     position += first;
     literals += first;
+    lane = (lane + first) % stride;
   }
   while (position < end) {
     const std::size_t different = mismatchLength(bytes + position, bytes + position - stride, end - position);
