@@ -41,7 +41,7 @@ inline constexpr auto kLog2Table = log2Table();
 
 /// The logarithm of @p n to the base 2 as a cost; 0 for 0.
 [[nodiscard]] inline Cost log2Cost(std::uint32_t n) {
-  const int width = std::bit_width(n);
+  const auto width = static_cast<int>(std::bit_width(n));
   if (width <= static_cast<int>(Detail::kTableBits)) return Detail::kLog2Table[n];
   const int shift = width - static_cast<int>(Detail::kTableBits);
   return Detail::kLog2Table[n >> shift] + static_cast<Cost>(shift) * kBitCost;
