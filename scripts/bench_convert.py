@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Conversion against copc_converter on the same scan, run in turn on the same machine.
+"""Conversion against copc_converter on the same scan, run in turn on the same machine, and our encoder of nodes against
+libbrotli on the nodes of that scan.
 
     scripts/bench_convert.py BUILD_FOLDER [--points N | --scan FILE.las] [--rounds N] [--peer PROGRAM] [--work FOLDER]
+                             [--nodes-only]
 
 Reports medians of whole processes: P = user and system time, W = wall time, peak memory, output bytes a point, and
-ratios to the peer's; then the stages of the last runs, and the size of the brotli octree against libbrotli at
-quality 6 on the same node blocks. Without the peer there are no ratios, and the report says so.
+ratios to the peer's; then the stages of the last runs, and sizes and times of the node encoder, attribute by attribute.
+Without the peer there are no ratios, and the report says so.
 """
 
 import argparse
@@ -122,6 +124,7 @@ def parse(words):
     parser.add_argument("--scan", type=Path, help="a LAS file to convert instead")
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--peer", help="copc_converter; build/peers/bin or the path by default")
+    parser.add_argument("--nodes-only", action="store_true", help="convert once, and measure the node encoder alone")
     parser.add_argument("--work", type=Path, help="folder for scan and outputs; BUILD_FOLDER/bench by default")
     return parser.parse_args(words)
 
@@ -131,11 +134,26 @@ def find_peer(arguments):
     return next((found for found in map(shutil.which, map(str, places)) if found), None)
 
 
+def compress_nodes(build, folder):
+    subprocess.run([build / "bin/compress_nodes", folder], check=True)
+
+
+def main_nodes(build, scan, work):
+    output = work / "nodes"
+    remove(output)
+    subprocess.run([build / "bin/sorvik", "convert", scan, "-o", output], check=True)
+    compress_nodes(build, output)
+    remove(output)
+
+
 def main(words):
     arguments = parse(words)
     work = (arguments.work or arguments.build / "bench").absolute()
     work.mkdir(parents=True, exist_ok=True)
     scan = (arguments.scan or make_scan(arguments.build, arguments.points, work)).absolute()
+    if arguments.nodes_only:
+        main_nodes(arguments.build.absolute(), scan, work)
+        return
     points = las_points(scan)
     listed = contenders(arguments.build.absolute(), scan, work, find_peer(arguments))
     all_runs = {contender.name: [] for contender in listed}
@@ -146,7 +164,8 @@ def main(words):
     report(all_runs, points)
     for name in ("uncompressed, not synced", "brotli, not synced"):
         print(all_runs[name][-1].text, end="")
-    subprocess.run([arguments.build / "bin/recompress_nodes", work / "brotli"], check=True)
+    sys.stdout.flush()
+    compress_nodes(arguments.build.absolute(), work / "brotli")
     for contender in listed:
         remove(contender.output)
 

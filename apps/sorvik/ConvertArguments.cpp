@@ -69,7 +69,9 @@ void ConvertArguments::addConversion(CLI::App& convert) {
   group->add_option("--encoding", encoding_, "brotli (default) or uncompressed")
       ->check(CLI::IsMember({"brotli", "uncompressed"}))
       ->type_name("NAME");
-  group->add_option("--compression", compression_, "Of brotli: fast, default or small")
+  group
+      ->add_option("--compression", compression_,
+                   "Of brotli: default (made for points; fast is the same) or small (a general search, slow)")
       ->check(CLI::IsMember({"fast", "default", "small"}))
       ->type_name("NAME");
   group

@@ -74,7 +74,7 @@ enum class ConverterEncoding : std::int32_t { Brotli, Uncompressed };
 enum class ConverterCompression : std::int32_t {
   Fast,     ///< the same as Default
   Default,  ///< by what columns of points have in common
-  Small     ///< by a general search: many times slower, smaller only where values repeat as in other data
+  Small     ///< by a general search (libbrotli, quality 9): many times slower, smaller on unusual data only
 };
 
 /// How the points of an inner node are chosen.

@@ -19,8 +19,8 @@ namespace Brotli {
 ///
 /// The same columns give the same bytes everywhere: integer arithmetic alone. The stream takes at most 8
 /// bytes and one in a thousand more than the data. Beside the stream, memory is bounded by about 40 MiB and
-/// usually a few times the data, at most those of kBlockBytes; it is kept for the next stream. Not to be used
-/// by two threads at once.
+/// 30 times the longest element; usually it is a few times the data. It is kept for the next stream. Not to
+/// be used by two threads at once.
 class ColumnEncoder {
  public:
   /// Bytes of the data that are parsed before they are written.

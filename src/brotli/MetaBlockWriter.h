@@ -21,7 +21,7 @@ using LastDistances = std::array<std::uint32_t, 4>;
 inline constexpr LastDistances kFirstLastDistances{4, 11, 15, 16};
 
 /// Writes meta-blocks (RFC 7932, section 9.2), none of them the last. Keeps memory for the next one, about
-/// 16 bytes a command. Not to be used by two threads at once.
+/// 24 bytes a command. Not to be used by two threads at once.
 class MetaBlockWriter {
  public:
   static constexpr std::size_t kMostSegments = 128;

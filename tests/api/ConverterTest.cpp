@@ -161,10 +161,10 @@ TEST_F(FailingConverter, TakesWideNamesOfAnyLetters) {
 TEST_F(FailingConverter, ConvertsTheFilesThatAreSet) {
   converter.setFilesToConvert({in(), L"other.las"});
   converter.setFilesToConvert({});
-  converter.setFileToConvert(write("scan.rsp").wstring());
+  converter.setFileToConvert(write("scan.zfs").wstring());
   EXPECT_EQ(converter.run(), ConversionState::Failed);
   EXPECT_EQ(converter.resultCode(), ConverterResult::InputPointCloudFormatUnsupported);
-  EXPECT_THAT(converter.failedReason(), HasSubstr("scan.rsp: files of the format Riegl RiScan cannot be read yet"));
+  EXPECT_THAT(converter.failedReason(), HasSubstr("scan.zfs: is a Zoller+Froehlich scan (.zfs)"));
 }
 
 TEST_F(FailingConverter, ConvertsAddedInputsToo) {

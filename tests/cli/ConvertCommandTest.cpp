@@ -96,9 +96,9 @@ TEST_F(ConvertCommand, TellsAFailureAsJson) {
 }
 
 TEST_F(ConvertCommand, SaysWhatToDoWithFormatsThatItCannotRead) {
-  const ProcessResult result = convert({write("scan.rsp")});
+  const ProcessResult result = convert({write("scan.zfs")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("files of the format Riegl RiScan cannot be read yet: export them as LAS or E57"));
+  EXPECT_THAT(result.err, HasSubstr("is a Zoller+Froehlich scan (.zfs), whose format its vendor has not published"));
   EXPECT_FALSE(hasOutput());
 }
 

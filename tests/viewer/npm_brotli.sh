@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Decodes brotli streams of the column encoder with a decoder that viewers use, the npm package brotli, under Node:
+# columns that are hard to encode, and all nodes of a synthetic scan and of the real scans beside the checkout.
+#   npm_brotli.sh SORVIK WRITE_STREAMS WORK_FOLDER
+# Ends with 77 (skipped) where Node is missing or the package registry cannot be reached.
+set -euo pipefail
+sorvik=$1
+write_streams=$2
+work=$3
+
+source "$(dirname "$0")/tools.sh"
+install_tools "$work"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+"$sorvik" make-sample "$scratch/sample.las" --points 300000 --seed 3 >/dev/null
+scans=("$scratch/sample.las")
+for scan in "${SORVIK_SAMPLE_DATA:-none}"/las/*.las; do
+  # Scans without points are refused.
+  if [[ -f $scan && $scan != *no-points* ]]; then scans+=("$scan"); fi
+done
+clouds=()
+for scan in "${scans[@]}"; do
+  cloud=$scratch/$(basename "$scan" .las)
+  "$sorvik" convert "$scan" -o "$cloud" >/dev/null
+  clouds+=("$cloud")
+done
+"$write_streams" "$scratch/streams.bin" "${clouds[@]}"
+timeout 200 node "$work/tools/checkStreams.mjs" "$scratch/streams.bin"
