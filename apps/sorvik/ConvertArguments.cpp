@@ -20,7 +20,8 @@ constexpr std::uint64_t kMostThreads = 4096;
 constexpr const char* kHelp =
     "The octree appears at FOLDER once it is whole; what fails or is cancelled leaves nothing there. The "
     "points\n"
-    "are neither thinned nor changed. LAS, LAZ and E57 files are read. Of scanner projects (.rsp, .rpp, .rcp)\n"
+    "are neither thinned nor changed. LAS, LAZ and E57 files are read. Of scanner projects (.rsp, .rpp, "
+    ".rcp)\n"
     "the exported files are read: x.las, x.laz or x.e57 beside x.rxp. The points of .rxp, .rdbx, .rcs, .zfs\n"
     "and .zfprj are in closed formats: export them as E57 or LAS.\n"
     "Ctrl-C cancels, a second one ends the program at once; the next call then cleans up.";

@@ -116,8 +116,8 @@ struct ConverterOptions {
 ///
 /// Either the whole octree stands at the output path in the end, or what was there before: a job that fails,
 /// is cancelled or killed leaves nothing that could be taken for one. LAS, LAZ and E57 files are read, and
-/// scanner projects by the files that were exported beside their scans; formats without a reader are known and
-/// refused, unless the options bring one.
+/// scanner projects by the files that were exported beside their scans; formats without a reader are known
+/// and refused, unless the options bring one.
 ///
 /// Threads: all calls but the destructor are safe together while the job runs.
 class SORVIK_API Converter {

@@ -98,7 +98,8 @@ TEST_F(ConvertCommand, TellsAFailureAsJson) {
 TEST_F(ConvertCommand, SaysWhatToDoWithFormatsThatItCannotRead) {
   const ProcessResult result = convert({write("scan.zfs")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("is a Zoller+Froehlich scan (.zfs), whose format its vendor has not published"));
+  EXPECT_THAT(result.err,
+              HasSubstr("is a Zoller+Froehlich scan (.zfs), whose format its vendor has not published"));
   EXPECT_FALSE(hasOutput());
 }
 
