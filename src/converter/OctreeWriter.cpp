@@ -22,7 +22,6 @@ namespace {
 // Viewers read counts as signed 32-bit numbers.
 constexpr std::size_t kMostPointsPerNode = std::numeric_limits<std::int32_t>::max();
 
-
 PoTree::MetaData checked(PoTree::MetaData metaData, const OctreeWriterOptions& options) {
   checkWritable(metaData, options.use);
   return metaData;

@@ -189,8 +189,9 @@ TEST_F(OctreeWriter, CompressesAsItsOptionsSay) {
 TEST_F(OctreeWriter, WritesOctreesThatOnlyAddAttributes) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
-  Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
-                                 {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
+  Converter::OctreeWriter writer(
+      files_, folder_.path() / "out", metaData,
+      {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
   writer.addNode(nodeNamed("r"), std::vector{std::byte{1}, std::byte{0}});
   writer.finish();
   EXPECT_EQ(WrittenOctree(folder_.path() / "out").data, std::string("\1\0", 2));
@@ -228,8 +229,9 @@ TEST_F(OctreeWriter, RefusesBytesThatAreNoWholeRecords) {
 TEST_F(OctreeWriter, RefusesMorePointsInANodeThanViewersCount) {
   PoTree::MetaData metaData = plainMetaData();
   metaData.attributes = {Testing::makeAttribute("visibility", "uint8")};
-  Converter::OctreeWriter writer(files_, folder_.path() / "out", metaData,
-                                 {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
+  Converter::OctreeWriter writer(
+      files_, folder_.path() / "out", metaData,
+      {Converter::NodeCompression::Columns, PoTree::MetaDataUse::ExternalAttributes});
   constexpr std::size_t kTooMany = std::size_t{1} << 31U;
   const auto untouched = std::make_unique_for_overwrite<std::byte[]>(kTooMany);
   EXPECT_THAT(
