@@ -82,9 +82,15 @@ TEST(ColumnParser, CommandsOfLookupsGiveTheColumn) {
   }
 }
 
-TEST(ColumnParser, PiecesShorterThanTheFirstElementGiveTheColumn) {
-  expectReplay(Testing::variedColumn(4, 1000), 1000, {}, 300);
-  expectReplay(Testing::variedColumn(4, 1000), 1000, {0}, 300);
+TEST(ColumnParser, PiecesOfTheFirstElementCopyNothingFromBeforeTheColumn) {
+  const Bytes data(6000, std::byte{8});
+  const ColumnRange range{2000, 6000, 1000};
+  for (const auto& lookups : {std::vector<std::uint32_t>{}, std::vector<std::uint32_t>{0}}) {
+    std::uint32_t carried = 0;
+    const auto commands = parsed(data, range, planOf(data, range, lookups), 300, carried);
+    EXPECT_TRUE(replayed(data, range, commands, carried) == data);
+    EXPECT_EQ(commands.at(0).insert, 1000U);
+  }
 }
 
 TEST(ColumnParser, ColumnsShorterThanAWordGiveTheColumn) {

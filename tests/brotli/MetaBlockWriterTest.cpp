@@ -6,7 +6,6 @@
 
 namespace {
 
-using Brotli::Command;
 using Brotli::MetaBlock;
 using Testing::Bytes;
 

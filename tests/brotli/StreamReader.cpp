@@ -84,7 +84,7 @@ void StreamCode::readLengths(BitReader& bits, const StreamCode& lengthCode) {
   while (space < 1U << kLongest) {
     const std::size_t token = lengthCode.take(bits);
     std::size_t times = 1;
-    unsigned length = static_cast<unsigned>(token);
+    auto length = static_cast<unsigned>(token);
     if (token >= 16) {
       const unsigned extraBits = token == 16 ? 2 : 3;
       const std::size_t before = lastToken == token ? repeated : 0;
