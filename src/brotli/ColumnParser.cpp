@@ -68,12 +68,6 @@ void ColumnParser::begin(std::span<const std::byte> data, const ColumnRange& col
     const std::size_t keyBytes = std::clamp(column.stride - plan.lookupLanes[i], kLeastKeyBytes, kKeyBytes);
     keyShifts_.push_back(static_cast<std::uint8_t>(64 - 8 * keyBytes));
   }
-  untilLookup_.resize(column.stride);
-  std::size_t until = plan.lookupLanes.front() + 1;
-  for (std::size_t lane = column.stride; lane-- > 0; ++until) {
-    untilLookup_[lane] = static_cast<std::uint32_t>(until);
-    if (lookupOfLane_[lane] != kNoLookup) until = 0;
-  }
   tableBits_ = std::min(
       kMostTableBits, static_cast<unsigned>(std::bit_width(column.numElements() * plan.lookupLanes.size())));
   table_.assign(std::size_t{1} << tableBits_, 0);
@@ -225,8 +219,10 @@ void ColumnParser::parseLookups(std::size_t end, std::uint32_t& carried, std::ve
       secondLast_ = last_;
       last_ = match.distance;
     }
-    if (match.length > untilLookup_[lane_])
+    // Not for the rest of an element: that it would be found again is not worth the time.
+    if (match.length > column_.stride) {
       enterCopied(position_ + 1, std::min(position_ + match.length, readable));
+    }
     advance(match.length);
   }
   if (position_ < end) {

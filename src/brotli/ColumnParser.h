@@ -58,7 +58,6 @@ class ColumnParser {
   Cost saved_ = 0;
   std::vector<Cost> savedBy_;               // by lookup lane of the plan
   std::vector<std::uint8_t> lookupOfLane_;  // place in the plan's list
-  std::vector<std::uint32_t> untilLookup_;  // bytes from each lane to the next one that is looked up
   std::vector<std::uint8_t> keyShifts_;     // that leave the bytes of a key, by lookup
   std::vector<std::uint16_t> table_;        // low bits of the number of an element, by hash
   unsigned tableBits_ = 0;

@@ -7,7 +7,7 @@
 namespace Brotli {
 namespace {
 
-constexpr std::size_t kMostTried = 256;  // elements
+constexpr std::size_t kMostTried = 192;  // elements
 // What a literal takes at least beside copies, whose commands make it harder to tell from others, and what
 // its decoding counts for where there are no copies.
 constexpr Cost kLeastLiteralCost = 2 * kBitCost;
@@ -26,7 +26,7 @@ ColumnRange triedPart(const ColumnRange& column) {
 /// What the part costs without copies.
 Cost plainCost(std::span<const std::byte> data, const ColumnRange& part, const LaneCosts& costs) {
   constexpr std::size_t kShortElement = 4;  // contexts tell its lanes and their values apart
-  const Cost literals = part.stride <= kShortElement
+  const Cost literals = part.stride > 1 && part.stride <= kShortElement
                             ? literalCost(data, part.begin, part.end)
                             : static_cast<Cost>(part.numElements()) * costs.ofElement();
   return literals + static_cast<Cost>(part.end - part.begin) * kLiteralDecodingCost;
@@ -57,7 +57,9 @@ Cost ColumnPlanner::saved(std::span<const std::byte> data, const ColumnRange& pa
 }
 
 ColumnPlan ColumnPlanner::plan(std::span<const std::byte> data, const ColumnRange& column) {
-  constexpr Cost kLeastLookupGain = kBitCost / 4;  // an element
+  // Of an element, to be worth its time: of all lookups, and of those from a lane.
+  constexpr Cost kLeastLookupsGain = kBitCost / 2;
+  constexpr Cost kLeastLookupGain = kBitCost / 4;
   const LaneCosts costs(data, column);
   ColumnPlan plan{costs.atLeast(kLeastLiteralCost), true, {}};
   if (column.stride > ColumnParser::kFarthest) return {plan.costs, false, {}};
@@ -67,7 +69,7 @@ ColumnPlan ColumnPlanner::plan(std::span<const std::byte> data, const ColumnRang
   const Cost savedByRepetitions = saved(data, part, plan);
   plan.lookupLanes = lookupCandidates(costs, column.stride);
   const Cost savedByLookups = saved(data, part, plan);
-  if (savedByLookups <= std::max(savedByRepetitions, least)) {
+  if (savedByLookups <= std::max(savedByRepetitions, least) + elements * kLeastLookupsGain) {
     plan.lookupLanes.clear();
     plan.copies = savedByRepetitions > least;
     return plan;

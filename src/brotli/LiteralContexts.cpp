@@ -109,10 +109,12 @@ void sampleLiterals(std::span<const std::byte> data, const MetaBlock& block, con
                     std::size_t numLiterals, Sample& sample) {
   // Whole pieces, so that all lanes of elements come.
   const std::size_t step = numLiterals / kMostSampled + 1;
-  std::size_t pieces = 0;
+  std::size_t skipped = step - 1;
   forEachLiteralRun(block, segment, [&](std::size_t begin, std::size_t end) {
     for (; begin < end; begin += kPiece) {
-      if (pieces++ % step == 0) sample.count(data, begin, std::min(end, begin + kPiece));
+      if (++skipped < step) continue;
+      skipped = 0;
+      sample.count(data, begin, std::min(end, begin + kPiece));
     }
   });
 }

@@ -207,9 +207,10 @@ void MetaBlockWriter::chooseLiteralCodes() {
   contexts_ = one ? nullptr : &contextTable(literalTypes_[type].model.mode);
 }
 
-void MetaBlockWriter::addLiterals(std::span<const std::byte> data, std::size_t begin, std::size_t end,
-                                  BitCursor& out) const {
-  const auto literal = [&](std::size_t i) { return std::to_integer<std::size_t>(data[i]); };
+inline void MetaBlockWriter::addLiterals(std::span<const std::byte> data, std::size_t begin, std::size_t end,
+                                         BitCursor& out) const {
+  const std::byte* const bytes = data.data();
+  const auto literal = [&](std::size_t i) { return std::to_integer<std::size_t>(bytes[i]); };
   if (contexts_ == nullptr) {
     const PrefixCode& code = *codeOfContext_[0];
     for (; begin + 3 <= end; begin += 3) {  // of at most 15 bits each
@@ -222,19 +223,15 @@ void MetaBlockWriter::addLiterals(std::span<const std::byte> data, std::size_t b
     out.flush();
     return;
   }
-  std::byte last = begin > 0 ? data[begin - 1] : std::byte{0};
-  std::byte secondLast = begin > 1 ? data[begin - 2] : std::byte{0};
+  const ContextTable& contexts = *contexts_;
+  std::byte last = begin > 0 ? bytes[begin - 1] : std::byte{0};
+  std::byte secondLast = begin > 1 ? bytes[begin - 2] : std::byte{0};
   for (; begin < end; ++begin) {
-    codeOfContext_[contexts_->context(last, secondLast)]->add(out, literal(begin));
+    codeOfContext_[contexts.context(last, secondLast)]->add(out, literal(begin));
     out.flush();
     secondLast = last;
-    last = data[begin];
+    last = bytes[begin];
   }
-}
-
-bool MetaBlockWriter::isWithinBlocks(const Command& command, const CodedCommand& coded) const {
-  return commandBlocks_.left() > 0 && literalBlocks_.left() >= command.insert &&
-         (coded.distanceSymbol == kNoSymbol || distanceBlocks_.left() > 0);
 }
 
 void MetaBlockWriter::writeAcrossBlocks(std::span<const std::byte> data, std::size_t position,
@@ -262,33 +259,50 @@ void MetaBlockWriter::writeAcrossBlocks(std::span<const std::byte> data, std::si
   out.write(coded.distanceExtra, coded.distanceExtraBits);
 }
 
+std::size_t MetaBlockWriter::writeWithinBlocks(std::span<const std::byte> data, const MetaBlock& block,
+                                               std::size_t first, std::size_t& position, BitWriter& out) {
+  // Copies, which writing bits cannot change.
+  std::uint32_t commandsLeft = commandBlocks_.left();
+  std::uint32_t literalsLeft = literalBlocks_.left();
+  std::uint32_t distancesLeft = distanceBlocks_.left();
+  std::size_t at = position;
+  std::size_t i = first;
+  const PrefixCode& commandCode = commandCodes_[commandBlocks_.type()];
+  const PrefixCode& distanceCode = distanceCodes_[distanceBlocks_.type()];
+  BitCursor cursor(out);
+  for (const std::size_t end = block.commands.size(); i < end; ++i) {
+    const Command command = block.commands[i];
+    const CodedCommand coded = coded_[i];
+    const std::uint32_t distances = coded.distanceSymbol == kNoSymbol ? 0 : 1;
+    if (commandsLeft == 0 || literalsLeft < command.insert || distancesLeft < distances) break;
+    commandsLeft -= 1;
+    literalsLeft -= command.insert;
+    distancesLeft -= distances;
+    commandCode.add(cursor, coded.symbol);
+    cursor.flush();
+    cursor.add(coded.lengthExtra, coded.lengthExtraBits);
+    cursor.flush();
+    if (command.insert > 0) addLiterals(data, at, at + command.insert, cursor);
+    at += command.insert + command.copy;
+    if (distances == 0) continue;
+    distanceCode.add(cursor, coded.distanceSymbol);
+    cursor.add(coded.distanceExtra, coded.distanceExtraBits);
+    cursor.flush();
+  }
+  commandBlocks_.take(commandBlocks_.left() - commandsLeft);
+  literalBlocks_.take(literalBlocks_.left() - literalsLeft);
+  distanceBlocks_.take(distanceBlocks_.left() - distancesLeft);
+  position = at;
+  return i;
+}
+
 void MetaBlockWriter::writeBody(std::span<const std::byte> data, const MetaBlock& block, BitWriter& out) {
   chooseLiteralCodes();
   std::size_t position = block.segments.front().begin;
-  for (std::size_t i = 0; i < block.commands.size();) {
-    {
-      BitCursor cursor(out);
-      const PrefixCode& commandCode = commandCodes_[commandBlocks_.type()];
-      const PrefixCode& distanceCode = distanceCodes_[distanceBlocks_.type()];
-      for (; i < block.commands.size() && isWithinBlocks(block.commands[i], coded_[i]); ++i) {
-        const Command& command = block.commands[i];
-        const CodedCommand& coded = coded_[i];
-        commandBlocks_.take(1);
-        literalBlocks_.take(command.insert);
-        commandCode.add(cursor, coded.symbol);
-        cursor.flush();
-        cursor.add(coded.lengthExtra, coded.lengthExtraBits);
-        cursor.flush();
-        if (command.insert > 0) addLiterals(data, position, position + command.insert, cursor);
-        position += command.insert + command.copy;
-        if (coded.distanceSymbol == kNoSymbol) continue;
-        distanceBlocks_.take(1);
-        distanceCode.add(cursor, coded.distanceSymbol);
-        cursor.add(coded.distanceExtra, coded.distanceExtraBits);
-        cursor.flush();
-      }
-    }
-    if (i == block.commands.size()) break;
+  std::size_t i = 0;
+  for (;;) {
+    i = writeWithinBlocks(data, block, i, position, out);
+    if (i == block.commands.size()) return;
     writeAcrossBlocks(data, position, block.commands[i], coded_[i], out);
     position += block.commands[i].insert + block.commands[i].copy;
     ++i;

@@ -51,7 +51,8 @@ class MetaBlockWriter {
   void describe(const MetaBlock& block, BitWriter& out);
   [[nodiscard]] std::uint64_t bodyBits() const;
   void writeBody(std::span<const std::byte> data, const MetaBlock& block, BitWriter& out);
-  [[nodiscard]] bool isWithinBlocks(const Command& command, const CodedCommand& coded) const;
+  [[nodiscard]] std::size_t writeWithinBlocks(std::span<const std::byte> data, const MetaBlock& block,
+                                              std::size_t first, std::size_t& position, BitWriter& out);
   void writeAcrossBlocks(std::span<const std::byte> data, std::size_t position, const Command& command,
                          const CodedCommand& coded, BitWriter& out);
   void enterLiteralBlock(BitWriter& out);

@@ -17,7 +17,8 @@ using Lengths = std::array<std::uint8_t, kLargestAlphabet>;
 
 /// Symbols that occur, rarest first: the count above the symbol.
 struct Leaves {
-  std::array<std::uint64_t, kLargestAlphabet> entries;
+  std::array<std::uint64_t, kLargestAlphabet + 1>
+      entries;  // one more, so that each can be put before it is kept
   std::size_t size = 0;
 
   [[nodiscard]] std::uint32_t count(std::size_t i) const {
@@ -29,7 +30,8 @@ struct Leaves {
 void sortLeaves(std::span<const std::uint32_t> counts, Leaves& leaves) {
   leaves.size = 0;
   for (std::size_t s = 0; s < counts.size(); ++s) {
-    if (counts[s] != 0) leaves.entries[leaves.size++] = std::uint64_t{counts[s]} << 32U | s;
+    leaves.entries[leaves.size] = std::uint64_t{counts[s]} << 32U | s;
+    leaves.size += counts[s] != 0 ? 1 : 0;
   }
   std::sort(leaves.entries.begin(), leaves.entries.begin() + static_cast<std::ptrdiff_t>(leaves.size));
 }
