@@ -147,7 +147,7 @@ TEST(LazScanReader, CutsLargeLayeredChunksIntoBlocks) {
 TEST(LazScanReader, GivesBlocksOfOneChunkInAnyOrder) {
   LazFile file(0, numberedRecords(3 * kMost));
   const auto scan = openBytes(file.withoutChunks().bytes());
-  for (const std::uint64_t block : {2, 0, 1, 1, 2}) {
+  for (const std::uint64_t block : {2U, 0U, 1U, 1U, 2U}) {
     EXPECT_EQ(blockOf(*scan, block).coordinates.front(), static_cast<std::int32_t>(block * kMost));
   }
 }

@@ -77,7 +77,7 @@ Sample version1(std::uint8_t format, std::size_t numExtraBytes, std::size_t coun
 
 TEST(ChunkDecoder, DecodesItemsOfVersion1) {
   for (std::uint8_t format = 0; format <= 3; ++format) {
-    for (const std::size_t extra : {0, 3}) {
+    for (const std::size_t extra : {0U, 3U}) {
       const Sample sample = version1(format, extra, 3000);
       EXPECT_TRUE(decode(sample.file.vlr(), sample.bytes, 3000) == joined(sample.records))
           << static_cast<int>(format) << " with " << extra;
@@ -105,7 +105,7 @@ TEST(ChunkDecoder, DecodesAsManyPointsAtATimeAsAreWanted) {
   for (const Sample& sample : {version1(3, 1, 700), Sample(6, Testing::layeredRecords(1, 1200, 3))}) {
     const std::size_t count = sample.records.size();
     const std::string whole = decode(sample.file.vlr(), sample.bytes, count);
-    for (const std::size_t atOnce : {1, 2, 511, 513}) {
+    for (const std::size_t atOnce : {1U, 2U, 511U, 513U}) {
       EXPECT_TRUE(decode(sample.file.vlr(), sample.bytes, count, atOnce) == whole) << atOnce;
     }
   }
