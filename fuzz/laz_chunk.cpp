@@ -20,7 +20,7 @@ struct Input {
 
   /// @throws FormatError for a description that is refused.
   explicit Input(Bytes input) {
-    const std::size_t vlrSize = std::to_integer<std::size_t>(input[0]);
+    const auto vlrSize = std::to_integer<std::size_t>(input[0]);
     const Bytes rest = input.subspan(2);
     const Bytes description = rest.first(std::min(vlrSize, rest.size()));
     vlr = Formats::Laz::readLazVlr(description, {"fuzz"});

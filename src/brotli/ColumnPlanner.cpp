@@ -2,16 +2,13 @@
 
 #include <algorithm>
 
-#include "brotli/LiteralContexts.h"
-
 namespace Brotli {
 namespace {
 
 constexpr std::size_t kMostTried = 192;  // elements
-// What a literal takes at least beside copies, whose commands make it harder to tell from others, and what
-// its decoding counts for where there are no copies.
+// What a literal takes at least beside copies, whose commands make it harder to tell from others; decoding it
+// counts, too.
 constexpr Cost kLeastLiteralCost = 2 * kBitCost;
-constexpr Cost kLiteralDecodingCost = kBitCost;
 
 /// The part that is tried: the middle, where there is a past.
 ColumnRange triedPart(const ColumnRange& column) {
@@ -21,15 +18,6 @@ ColumnRange triedPart(const ColumnRange& column) {
     part.end = part.begin + kMostTried * column.stride;
   }
   return part;
-}
-
-/// What the part costs without copies.
-Cost plainCost(std::span<const std::byte> data, const ColumnRange& part, const LaneCosts& costs) {
-  constexpr std::size_t kShortElement = 4;  // contexts tell its lanes and their values apart
-  const Cost literals = part.stride > 1 && part.stride <= kShortElement
-                            ? literalCost(data, part.begin, part.end)
-                            : static_cast<Cost>(part.numElements()) * costs.ofElement();
-  return literals + static_cast<Cost>(part.end - part.begin) * kLiteralDecodingCost;
 }
 
 /// The first lane, and those behind a lane that is hard to foretell with a rest that is worth finding.
@@ -61,17 +49,15 @@ ColumnPlan ColumnPlanner::plan(std::span<const std::byte> data, const ColumnRang
   constexpr Cost kLeastLookupsGain = kBitCost / 2;
   constexpr Cost kLeastLookupGain = kBitCost / 4;
   const LaneCosts costs(data, column);
-  ColumnPlan plan{costs.atLeast(kLeastLiteralCost), true, {}};
-  if (column.stride > ColumnParser::kFarthest) return {plan.costs, false, {}};
+  ColumnPlan plan{costs.atLeast(kLeastLiteralCost), column.stride <= ColumnParser::kFarthest, {}};
+  if (!plan.copies) return plan;
   const ColumnRange part = triedPart(column);
   const auto elements = static_cast<Cost>(part.numElements());
-  const Cost least = elements * plan.costs.ofElement() - plainCost(data, part, costs);
   const Cost savedByRepetitions = saved(data, part, plan);
   plan.lookupLanes = lookupCandidates(costs, column.stride);
   const Cost savedByLookups = saved(data, part, plan);
-  if (savedByLookups <= std::max(savedByRepetitions, least) + elements * kLeastLookupsGain) {
+  if (savedByLookups <= savedByRepetitions + elements * kLeastLookupsGain) {
     plan.lookupLanes.clear();
-    plan.copies = savedByRepetitions > least;
     return plan;
   }
   std::vector<std::uint32_t> worthwhile;

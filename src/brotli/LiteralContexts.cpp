@@ -183,7 +183,7 @@ Clusters cluster(const Sketches& contexts, std::int64_t scale) {
   return result;
 }
 
-/// The best clusters of the best mode. The cost is that of buckets, not of the bytes in them.
+/// The best clusters of the best mode.
 Clusters bestClusters(const Sample& sample, std::int64_t scale) {
   Sketch all{};
   sample.modes[0].forEachUsed([&](std::size_t c) { all = sum(all, sample.modes[0].of[c]); });
@@ -229,17 +229,6 @@ LiteralModel chooseLiteralModel(std::span<const std::byte> data, const MetaBlock
   Sample sample;
   sampleLiterals(data, block, segment, numLiterals, sample);
   return bestClusters(sample, static_cast<std::int64_t>((numLiterals + sample.size / 2) / sample.size)).model;
-}
-
-Cost literalCost(std::span<const std::byte> data, std::size_t begin, std::size_t end) {
-  Sample sample;
-  sample.count(data, begin, end);
-  std::array<std::uint32_t, 256> bytes{};
-  for (std::size_t i = begin; i < end; ++i) ++bytes[std::to_integer<std::size_t>(data[i])];
-  Sketch buckets{};
-  for (std::size_t byte = 0; byte < bytes.size(); ++byte) buckets[kBuckets[byte]] += bytes[byte];
-  constexpr std::int64_t kScale = 8;  // the sample stands for more, so descriptions weigh little
-  return bestClusters(sample, kScale).cost / kScale + entropyCost(bytes) - entropyCost(buckets);
 }
 
 }  // namespace Brotli

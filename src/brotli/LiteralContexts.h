@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <span>
 
-#include "brotli/BitCost.h"
 #include "brotli/Commands.h"
 
 namespace Brotli {
@@ -43,8 +42,5 @@ struct LiteralModel {
 /// @param numLiterals  of the segment.
 [[nodiscard]] LiteralModel chooseLiteralModel(std::span<const std::byte> data, const MetaBlock& block,
                                               const Segment& segment, std::size_t numLiterals);
-
-/// What bytes [begin, end) of the data cost when all are literals, with the model that suits them.
-[[nodiscard]] Cost literalCost(std::span<const std::byte> data, std::size_t begin, std::size_t end);
 
 }  // namespace Brotli

@@ -9,7 +9,6 @@
 namespace {
 
 using Brotli::ContextMode;
-using Brotli::kBitCost;
 using Brotli::LiteralModel;
 using Testing::Bytes;
 
@@ -79,19 +78,6 @@ TEST(LiteralContexts, ClustersAreNoMoreThanStated) {
     EXPECT_LE(model.numClusters, LiteralModel::kMostClusters);
     EXPECT_THAT(model.clusterOf, testing::Each(testing::Lt(model.numClusters)));
   }
-}
-
-TEST(LiteralCost, OfRandomBytesIsNearlyEightBitsEach) {
-  const Bytes data = Testing::randomBytes(4000);
-  EXPECT_NEAR(static_cast<double>(Brotli::literalCost(data, 0, data.size())), 8.0 * 4000 * kBitCost,
-              0.05 * 8 * 4000 * kBitCost);
-}
-
-TEST(LiteralCost, OfNumbersOfSixteenBitsIsLessThanWithoutContexts) {
-  const Bytes data = signedNumbers(2000);
-  std::vector<std::uint32_t> counts(256);
-  for (const std::byte byte : data) ++counts[std::to_integer<std::size_t>(byte)];
-  EXPECT_LT(Brotli::literalCost(data, 0, data.size()), Brotli::entropyCost(counts));
 }
 
 TEST(LiteralRuns, AreTheBytesBetweenCopies) {

@@ -77,12 +77,22 @@ Points read(const ScanReader& scan, const std::string& attribute = "ScanIndex") 
   return points;
 }
 
+/// An element for a number.
+std::string number(const std::string& name, const std::string& value) {
+  return std::string("<")
+      .append(name)
+      .append(R"( type="Float">)")
+      .append(value)
+      .append("</")
+      .append(name)
+      .append(">");
+}
+
 std::string bounds(double minimum, double maximum) {
   std::string xml = R"(<cartesianBounds type="Structure">)";
-  for (const char axis : {'x', 'y', 'z'}) {
-    const std::string name(1, axis);
-    xml += '<' + name + R"(Minimum type="Float">)" + std::to_string(minimum) + "</" + name + "Minimum><" +
-           name + R"(Maximum type="Float">)" + std::to_string(maximum) + "</" + name + "Maximum>";
+  for (const std::string axis : {"x", "y", "z"}) {
+    xml.append(number(axis + "Minimum", std::to_string(minimum)));
+    xml.append(number(axis + "Maximum", std::to_string(maximum)));
   }
   return xml + "</cartesianBounds>";
 }
@@ -91,8 +101,7 @@ std::string limits(const std::string& kind, const std::vector<std::string>& name
                    const std::string& maximum) {
   std::string xml = '<' + kind + R"( type="Structure">)";
   for (const std::string& name : names) {
-    xml += '<' + name + R"(Minimum type="Float">)" + minimum + "</" + name + "Minimum><" + name +
-           R"(Maximum type="Float">)" + maximum + "</" + name + "Maximum>";
+    xml.append(number(name + "Minimum", minimum)).append(number(name + "Maximum", maximum));
   }
   return xml + "</" + kind + '>';
 }

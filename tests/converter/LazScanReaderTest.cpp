@@ -128,7 +128,8 @@ TEST(LazScanReader, ReadsSmallChunksTogether) {
 
 TEST(LazScanReader, CutsLargeChunksIntoBlocks) {
   const auto records = numberedRecords(2 * kMost + 5);
-  for (LazFile file : {LazFile(0, records).chunkSize(1'000'000), LazFile(0, records).withoutChunks()}) {
+  for (const LazFile& file :
+       {LazFile(0, records).chunkSize(1'000'000), LazFile(0, records).withoutChunks()}) {
     const auto scan = openBytes(file.bytes());
     ASSERT_EQ(scan->numBlocks(), 3U);
     EXPECT_EQ(scan->mostPointsOf(2), 5U);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -127,7 +128,7 @@ TEST_P(RealE57, BecomeOctreesOfTheSamePoints) {
     ASSERT_EQ(points.size(), expected.at("count"));
     for (std::size_t axis = 0; axis < 3; ++axis) {
       double low = INFINITY;
-      double high = -INFINITY;
+      double high = -std::numeric_limits<double>::infinity();
       double total = 0;
       for (const std::string& record : points) {
         const double value = world(record, axis);

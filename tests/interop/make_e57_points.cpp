@@ -14,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Testing::E57Field;
 using Testing::E57File;
 using Testing::E57Scan;
 
