@@ -81,7 +81,7 @@ class PointwiseDecoding final : public LazDecoding {
         decoder_.continueIn(window_.moveTo(place));
       }
       before = decoder_.numDecoded();
-      const std::size_t count =
+      const auto count =
           std::min<std::uint64_t>({records.size() / recordLength_, leftInChunk_, pointsAtOnce_});
       decoder_.decode(records.first(count * recordLength_));
       finish(count);

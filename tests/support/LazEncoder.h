@@ -45,7 +45,7 @@ class IntegerEncoder {
   }
 
   void encode(RangeEncoder& out, std::uint32_t prediction, std::uint32_t value, std::size_t context = 0) {
-    std::int64_t difference = static_cast<std::int64_t>((value - prediction) & kMask);
+    auto difference = static_cast<std::int64_t>((value - prediction) & kMask);
     if (difference >= std::int64_t{1} << (Bits - 1)) difference -= std::int64_t{1} << Bits;
     k_ = 0;
     for (std::int64_t rest = difference <= 0 ? -difference : difference - 1; rest != 0; rest /= 2) ++k_;

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <random>
+#include <utility>
 
 #include "core/FormatError.h"
 #include "formats/e57/FieldValues.h"
@@ -58,9 +59,9 @@ struct Indexed {
   Scan scan;
   PacketIndex index;
 
-  Indexed(const E57File& file, const Scan& described)
+  Indexed(const E57File& file, Scan described)
       : bytes(file.bytes()),
-        scan(described),
+        scan(std::move(described)),
         index(scan, Formats::E57::readSection(48, bytes.fileLength(), bytes.fetch(), "a.e57"), bytes.fetch(),
               "a.e57") {}
 

@@ -88,8 +88,8 @@ TEST(E57PointDecoder, PointsThatAreFlaggedLeaveNoGap) {
 }
 
 TEST(E57PointDecoder, PointsWithoutFiniteCoordinatesAreDroppedAndCounted) {
-  const Decoded decoded =
-      decode(Fields().add(kCartesian, {{1, NAN, 3, 4}, {5, 6, INFINITY, 8}, {9, 10, 11, -INFINITY}}));
+  const Decoded decoded = decode(Fields().add(
+      kCartesian, {{1, NAN, 3, 4}, {5, 6, INFINITY, 8}, {9, 10, 11, -static_cast<double>(INFINITY)}}));
   EXPECT_THAT(decoded.world, ElementsAre(1, 5, 9));
   EXPECT_EQ(decoded.dropped.notFinite, 3U);
 }

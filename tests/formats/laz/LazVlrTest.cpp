@@ -23,7 +23,7 @@ LazVlr readBack(const std::string& data) {
 
 /// What refuses a record in which one number was changed.
 template <class T>
-std::string refusalOf(LazVlr vlr, std::size_t offset, T value) {
+std::string refusalOf(const LazVlr& vlr, std::size_t offset, T value) {
   std::string data = written(vlr);
   Testing::put(data, offset, value);
   try {
