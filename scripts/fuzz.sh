@@ -23,16 +23,24 @@ real_files() {
   esac
 }
 
-for target in "${targets[@]}"; do
-  corpus=$build/corpus/$target
-  mkdir -p "$corpus"
-  seeds=()
-  if [[ -d fuzz/seeds/${target#fuzz_} ]]; then seeds=("fuzz/seeds/${target#fuzz_}"); fi
-  while read -r file; do
-    cp "$file" "$corpus/$(sha1sum <"$file" | cut -d ' ' -f 1)"
-  done < <(real_files "$target")
-  echo "== $target: $seconds s"
-  "$build/bin/$target" "$corpus" "${seeds[@]}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-    -verbosity=0 -artifact_prefix="$build/corpus/$target-"
-done
-echo "${#targets[@]} passed, 0 failed"
+# Several targets: this script for each, as many at a time as there are processors.
+if [[ ${#targets[@]} -gt 1 ]]; then
+  printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -n 1 "$0" "$build" "$seconds"
+  echo "${#targets[@]} passed, 0 failed"
+  exit
+fi
+
+target=${targets[0]}
+corpus=$build/corpus/$target
+mkdir -p "$corpus"
+seeds=()
+if [[ -d fuzz/seeds/${target#fuzz_} ]]; then seeds=("fuzz/seeds/${target#fuzz_}"); fi
+while read -r file; do
+  cp "$file" "$corpus/$(sha1sum <"$file" | cut -d ' ' -f 1)"
+done < <(real_files "$target")
+# What it says is shown when it is over, so that two targets do not talk at once.
+status=0
+log=$("$build/bin/$target" "$corpus" "${seeds[@]}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+  -verbosity=0 -artifact_prefix="$build/corpus/$target-" 2>&1) || status=$?
+printf '== %s: %s s\n%s' "$target" "$seconds" "${log:+$log$'\n'}"
+exit "$status"
