@@ -55,7 +55,8 @@ void keepClouds(const fs::path& folder) {
   std::error_code unreadable;
   fs::recursive_directory_iterator entry(folder, unreadable);
   for (; !unreadable && entry != fs::recursive_directory_iterator(); entry.increment(unreadable)) {
-    if (entry->is_directory() && isBrotliCloud(entry->path())) keepCloud(entry->path(), root);
+    std::error_code ignored;  // of links to themselves
+    if (entry->is_directory(ignored) && isBrotliCloud(entry->path())) keepCloud(entry->path(), root);
   }
 }
 
