@@ -23,6 +23,10 @@ constexpr const char* kProgramHelp =
     "Exit status: 0 done, 1 the work failed, 2 the call was wrong, 130 interrupted.\n"
     "Results go to standard output, messages to standard error.";
 constexpr const char* kLocationHelp = "Folder of a cloud, its metadata.json, or an https:// address";
+constexpr const char* kLasVersionHelp =
+    "Of .las and .laz files: 1.4, unless given, or 1.2, whose points hold less; values that it has no place "
+    "for "
+    "are refused";
 constexpr const char* kPointsHelp =
     "Coordinates, given and printed, are world coordinates in the cloud's unit; with --local they are those "
     "of\n"
@@ -38,6 +42,7 @@ struct PointsTexts {
   std::string minSpacing;
   std::string attributes;
   std::string file;
+  std::string lasVersion;
 };
 
 void addInfo(CLI::App& app, InfoOptions& options) {
@@ -66,6 +71,7 @@ void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
       ->add_option("-o,--output", texts.file,
                    "Write the points to a .las, .laz, .ply or .csv file, not to standard output")
       ->type_name("FILE");
+  points->add_option("--las-version", texts.lasVersion, kLasVersionHelp)->type_name("VERSION");
   points->add_flag("--count", options.count, "Print only how many points there are");
   points->add_flag("--json", options.json, "Print a summary as one JSON object: sums, extremes, classes");
   points->add_flag_callback(
@@ -93,15 +99,18 @@ void readTexts(const CLI::App& points, const PointsTexts& texts, PointsOptions& 
     if (options.minSpacing < 0) throw CallError("--min-spacing: the spacing is negative");
   }
   if (points.count("--attributes") != 0) options.attributes = parseAttributeNames(texts.attributes);
-  if (points.count("-o") == 0) return;
-  checkPointFile("-o", texts.file);
-  options.file = texts.file;
+  if (points.count("-o") != 0) {
+    checkPointFile("-o", texts.file);
+    options.file = texts.file;
+  }
+  if (points.count("--las-version") != 0) options.lasVersion = parseLasVersion(texts.lasVersion, texts.file);
 }
 
 /// The options of make-sample as texts.
 struct MakeSampleTexts {
   std::string points;
   std::string seed;
+  std::string lasVersion;
 };
 
 void addMakeSample(CLI::App& app, MakeSampleOptions& options, MakeSampleTexts& texts) {
@@ -109,6 +118,7 @@ void addMakeSample(CLI::App& app, MakeSampleOptions& options, MakeSampleTexts& t
   sample->add_option("FILE", options.file, "A .las, .laz, .ply or .csv file")->required()->type_name("");
   sample->add_option("--points", texts.points, "How many points: 1000000 unless given")->type_name("N");
   sample->add_option("--seed", texts.seed, "Which survey, 0 to 2^64 - 1: 1 unless given")->type_name("S");
+  sample->add_option("--las-version", texts.lasVersion, kLasVersionHelp)->type_name("VERSION");
   sample->add_flag("--json", options.json, "Print one JSON object");
   sample->footer("The same number of points and seed make the same file on every machine.");
 }
@@ -118,6 +128,10 @@ ExitStatus runMakeSample(const CLI::App& sample, const MakeSampleTexts& texts, M
   constexpr std::uint64_t kMostPoints = 1'000'000'000'000;
   if (sample.count("--points") != 0) options.numPoints = parseCount("--points", texts.points, 0, kMostPoints);
   if (sample.count("--seed") != 0) options.seed = parseCount("--seed", texts.seed, 0, UINT64_MAX);
+  if (sample.count("--las-version") != 0) {
+    checkPointFile("FILE", options.file);
+    options.lasVersion = parseLasVersion(texts.lasVersion, options.file);
+  }
   return runMakeSample(options, streams);
 }
 

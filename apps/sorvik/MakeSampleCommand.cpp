@@ -12,6 +12,7 @@ ExitStatus runMakeSample(const MakeSampleOptions& options, const Streams& stream
   checkPointFile("FILE", options.file);
   Sorvik::SampleOptions sample;
   sample.onProgress = [&streams](std::uint64_t) { streams.interrupt.check(); };
+  sample.lasVersion = options.lasVersion;
   streams.interrupt.check();
   Sorvik::makeSample(widePath(options.file), options.numPoints, options.seed, sample);
   if (options.json) {

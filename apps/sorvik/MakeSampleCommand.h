@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "Sorvik/PointFileWriter.h"
 #include "sorvik/ExitStatus.h"
 #include "sorvik/Output.h"
 
@@ -13,6 +14,7 @@ struct MakeSampleOptions {
   std::string file;  ///< as given
   std::uint64_t numPoints = 1'000'000;
   std::uint64_t seed = 1;
+  Sorvik::LasVersion lasVersion = Sorvik::LasVersion::V14;  ///< of the file
   bool json = false;
 };
 

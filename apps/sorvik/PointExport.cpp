@@ -1,10 +1,10 @@
 #include "sorvik/PointExport.h"
 
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
 #include "sorvik/LocationArgument.h"
+#include "sorvik/PointFileArgument.h"
 
 namespace Program {
 namespace {
@@ -15,13 +15,6 @@ using Sorvik::PointFileColumn;
 Sorvik::PointFileAttribute fileAttribute(const Sorvik::Attribute& attribute) {
   return {attribute.name,        attribute.type,  attribute.numElements,
           attribute.description, attribute.scale, attribute.offset};
-}
-
-/// LAS, compressed or not, has a place for every attribute in its stored type.
-bool isLas(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  return extension == ".las" || extension == ".laz";
 }
 
 /// The values of a column that every chunk has.
@@ -60,8 +53,10 @@ std::vector<PointExport::Exported> PointExport::shownAttributes(const PointLayou
 }
 
 Sorvik::PointFileLayout PointExport::fileLayout(const PointLayout& layout,
-                                                const std::vector<Exported>& exported) {
+                                                const std::vector<Exported>& exported,
+                                                Sorvik::LasVersion lasVersion) {
   Sorvik::PointFileLayout file;
+  file.lasVersion = lasVersion;
   file.scale = layout.scale;
   file.offset = layout.origin;
   file.projection = layout.projection;
@@ -69,11 +64,12 @@ Sorvik::PointFileLayout PointExport::fileLayout(const PointLayout& layout,
   return file;
 }
 
-PointExport::PointExport(const std::string& path, const PointLayout& layout)
+// LAS has a place for every attribute in its stored type.
+PointExport::PointExport(const std::string& path, const PointLayout& layout, Sorvik::LasVersion lasVersion)
     : origin_(layout.origin),
       scale_(layout.scale),
-      exported_(isLas(path) ? storedAttributes(layout) : shownAttributes(layout)),
-      writer_(widePath(path), fileLayout(layout, exported_)) {}
+      exported_(isLasFile(path) ? storedAttributes(layout) : shownAttributes(layout)),
+      writer_(widePath(path), fileLayout(layout, exported_, lasVersion)) {}
 
 PointExport::PointExport(Output& output, const PointLayout& layout)
     : origin_(layout.origin),
@@ -83,7 +79,7 @@ PointExport::PointExport(Output& output, const PointLayout& layout)
           [&output](Sorvik::Span<const char> text) {
             output.write(std::string_view(text.data(), text.size()));
           },
-          fileLayout(layout, exported_)) {}
+          fileLayout(layout, exported_, Sorvik::LasVersion::V14)) {}
 
 void PointExport::fillPositions(const Sorvik::PointChunk& chunk) {
   const Sorvik::Span<const float> floats = chunk.positions();

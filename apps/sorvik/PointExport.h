@@ -17,7 +17,8 @@ namespace Program {
 class PointExport {
  public:
   /// To a file of a format that PointFileWriter knows. Throws what that does.
-  PointExport(const std::string& path, const PointLayout& layout);
+  /// @param lasVersion  of a LAS or LAZ file.
+  PointExport(const std::string& path, const PointLayout& layout, Sorvik::LasVersion lasVersion);
   /// As CSV text.
   /// @param output  must outlive this object.
   PointExport(Output& output, const PointLayout& layout);
@@ -38,7 +39,8 @@ class PointExport {
   [[nodiscard]] static std::vector<Exported> storedAttributes(const PointLayout& layout);
   [[nodiscard]] static std::vector<Exported> shownAttributes(const PointLayout& layout);
   [[nodiscard]] static Sorvik::PointFileLayout fileLayout(const PointLayout& layout,
-                                                          const std::vector<Exported>& exported);
+                                                          const std::vector<Exported>& exported,
+                                                          Sorvik::LasVersion lasVersion);
   void fillPositions(const Sorvik::PointChunk& chunk);
 
   std::array<double, 3> origin_;  // of the octree frame

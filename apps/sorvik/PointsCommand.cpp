@@ -33,7 +33,7 @@ std::optional<PointExport> makeExport(const PointsOptions& options, const PointL
                                       Output& results) {
   std::optional<PointExport> exporter;
   if (options.file) {
-    exporter.emplace(*options.file, layout);
+    exporter.emplace(*options.file, layout, options.lasVersion);
   } else if (writesPoints(options)) {
     exporter.emplace(results, layout);
   }

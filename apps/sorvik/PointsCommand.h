@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "Sorvik/PointFileWriter.h"
 #include "sorvik/ExitStatus.h"
 #include "sorvik/Output.h"
 #include "sorvik/PointAttributes.h"
@@ -18,9 +19,10 @@ struct PointsOptions {
   float minSpacing = 0;                ///< in cloud units
   AttributeNames attributes;           ///< what is written beside the positions
   std::optional<std::string> file;     ///< of a format that point files have; none: standard output
-  Frame frame = Frame::World;          ///< of the shape, of what is printed and of what is written
-  bool count = false;                  ///< print how many points there are
-  bool json = false;                   ///< print a summary of the points; goes before `count`
+  Sorvik::LasVersion lasVersion = Sorvik::LasVersion::V14;  ///< of the file
+  Frame frame = Frame::World;  ///< of the shape, of what is printed and of what is written
+  bool count = false;          ///< print how many points there are
+  bool json = false;           ///< print a summary of the points; goes before `count`
   bool skipUnreadable = false;
 };
 

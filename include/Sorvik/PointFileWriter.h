@@ -28,15 +28,28 @@ struct PointFileAttribute {
   std::vector<double> offset = {};
 };
 
+/// The version of LAS and LAZ files that are written.
+enum class LasVersion {
+  V14,  ///< LAS 1.4, point formats 6 to 8; LAZ in layered chunks
+  V12   ///< LAS 1.2, point formats 0 to 3, for programs that read no newer one; LAZ in chunks of whole points
+};
+
 /// What a point file is to hold.
 ///
-/// LAS files are of version 1.4, and so are LAZ files, which are LAS files with compressed points: what is
-/// said of LAS holds for both. These attributes, of these names and types, go to the places that LAS has for
-/// them; all others become extra bytes: "intensity", "point source id", "nir" (UInt16), "return number",
-/// "number of returns", "classification", "user data" (UInt8), "classification flags" (UInt8: 1 synthetic,
-/// 2 key point, 4 withheld, 8 overlap), "scan flags" (UInt8: bits 0 and 1 scanner channel, 2 scan direction,
-/// 3 edge of flight line), "scan angle" (Int16, steps of 0.006 degrees) or "scan angle rank" (Int8, degrees),
-/// "gps-time" (Double), "rgb" (three UInt16, or three UInt8, which are widened to the whole range).
+/// LAZ files are LAS files with compressed points: what is said of LAS holds for both. These attributes, of
+/// these names and types, go to the places that LAS has for them; all others become extra bytes: "intensity",
+/// "point source id", "nir" (UInt16), "return number", "number of returns", "classification", "user data"
+/// (UInt8), "classification flags" (UInt8: 1 synthetic, 2 key point, 4 withheld, 8 overlap), "scan flags"
+/// (UInt8: bits 0 and 1 scanner channel, 2 scan direction, 3 edge of flight line), "scan angle" (Int16, steps
+/// of 0.006 degrees) or "scan angle rank" (Int8, degrees), "gps-time" (Double), "rgb" (three UInt16, or three
+/// UInt8, which are widened to the whole range).
+///
+/// LAS 1.2 holds less, and what it does not hold is refused where a point has it: return numbers and numbers
+/// of returns above 7 (its header counts the first five returns), classes above 31, the flag of overlap,
+/// scanner channels other than 0, more than 2^32 - 1 points. "nir" and "scan angle" become extra bytes there,
+/// and the angle in whole degrees, halves away from zero, goes to the place of the rank unless "scan angle
+/// rank" is an attribute as well. It describes coordinate systems by GeoTIFF keys, which are not written: the
+/// WKT is stored in the record that LAS 1.4 has for it, where not all programs look for it in a file of 1.2.
 ///
 /// CSV files begin with a line of names: x,y,z, then the attributes in their order; "rgb" is r,g,b, "NormalX"
 /// to "NormalZ" are nx,ny,nz, an attribute of several elements is NAME[0],NAME[1],... PLY files are binary
@@ -53,6 +66,7 @@ struct PointFileLayout {
   /// Whether "gps-time" is adjusted standard GPS time (seconds since 1980-01-06 less 10^9), otherwise seconds
   /// of the GPS week; LAS says so.
   bool adjustedStandardTime = true;
+  LasVersion lasVersion = LasVersion::V14;  ///< LAS and LAZ only
 };
 
 /// The values of one attribute of many points: a view that neither owns nor copies them.
@@ -106,7 +120,8 @@ class SORVIK_API PointFileWriter {
   /// none:
   ///         a scale that is not above 0, an offset that is not finite, attributes without a name, of equal
   ///         names, of no elements, of more scales or offsets than elements; for LAS more than 65,535 bytes a
-  ///         point.
+  ///         point; for LAS 1.2 a projection of more than 65,534 bytes, and more than 341 elements in extra
+  ///         bytes.
   /// @throws std::runtime_error naming the path when it cannot be written, or is there and no plain file.
   PointFileWriter(const std::wstring& path, const PointFileLayout& layout);
 
@@ -129,8 +144,8 @@ class SORVIK_API PointFileWriter {
   /// @param columns    one for each of the layout's attributes, in that order: of its type, with values for
   ///                   every point.
   /// @throws std::invalid_argument for positions and columns that do not match, with nothing written.
-  /// @throws std::runtime_error naming the path when writing fails, or a coordinate does not fit the file
-  ///         (std::range_error, which also names the point).
+  /// @throws std::runtime_error naming the path when writing fails, or a coordinate, or a value in LAS 1.2,
+  ///         does not fit the file (std::range_error, which also names the point).
   /// @throws std::logic_error when nothing more can be written.
   void write(Span<const double> positions, Span<const PointFileColumn> columns);
 

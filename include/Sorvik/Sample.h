@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Sorvik/Export.h"
+#include "Sorvik/PointFileWriter.h"
 
 namespace Sorvik {
 
@@ -13,6 +14,8 @@ struct SampleOptions {
   /// Called after each part of the work, a fraction of a second, with the number of points written so far.
   /// What it throws ends the work, and no file appears.
   std::function<void(std::uint64_t numPoints)> onProgress;
+  /// Of LAS and LAZ files. Points for 1.2, which has no flag of overlap, go without their flags.
+  LasVersion lasVersion = LasVersion::V14;
 };
 
 /// Writes a synthetic airborne survey: strips of scan lines over hills, a river, roads, houses and trees, 8

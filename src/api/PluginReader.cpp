@@ -37,14 +37,16 @@ class PluginReader final : public ::Converter::FormatReader {
     return extension;
   }
 
+  [[nodiscard]] bool knows(::Core::FileSystem& files, const std::filesystem::path& path) const override {
+    return callPlugin(path.string(), [&] {
+      const std::vector<std::byte> start = startOf(*files.open(path));
+      return plugin_->probe(Span<const std::byte>(start));
+    });
+  }
+
   [[nodiscard]] std::unique_ptr<::Converter::ScanReader> open(
       ::Core::FileSystem& files, const std::filesystem::path& path) const override {
-    std::unique_ptr<::Core::ReadableFile> file = callPlugin(path.string(), [&] { return files.open(path); });
-    const std::vector<std::byte> start = startOf(*file);
-    return callPlugin(path.string(), [&]() -> std::unique_ptr<::Converter::ScanReader> {
-      if (!plugin_->probe(Span<const std::byte>(start))) return nullptr;
-      return openPluginScan(plugin_, std::move(file), path);
-    });
+    return callPlugin(path.string(), [&] { return openPluginScan(plugin_, files.open(path), path); });
   }
 
  private:

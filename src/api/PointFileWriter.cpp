@@ -45,11 +45,14 @@ std::string extensionOf(const std::filesystem::path& path) {
 }
 
 std::unique_ptr<::Formats::PointWriter> makeWriter(const std::filesystem::path& path,
-                                                   const ::Formats::PointFileLayout& layout) {
+                                                   const ::Formats::PointFileLayout& layout,
+                                                   LasVersion lasVersion) {
+  using ::Formats::LasCompression;
   const std::string extension = extensionOf(path);
-  if (extension == ".las") return std::make_unique<::Formats::LasWriter>(layout);
-  if (extension == ".laz") {
-    return std::make_unique<::Formats::LasWriter>(layout, ::Formats::LasCompression::Laz);
+  if (extension == ".las" || extension == ".laz") {
+    return std::make_unique<::Formats::LasWriter>(
+        layout, extension == ".laz" ? LasCompression::Laz : LasCompression::None,
+        lasVersion == LasVersion::V12 ? ::Formats::LasVersion::V12 : ::Formats::LasVersion::V14);
   }
   if (extension == ".ply") return std::make_unique<::Formats::PlyWriter>(layout);
   if (extension == ".csv") return std::make_unique<::Formats::CsvWriter>(layout);
@@ -59,8 +62,10 @@ std::unique_ptr<::Formats::PointWriter> makeWriter(const std::filesystem::path& 
 }  // namespace
 
 struct PointFileWriter::Impl {
-  Impl(const std::filesystem::path& filePath, const ::Formats::PointFileLayout& layout)
-      : name(filePath.string()), attributes(layout.attributes), writer(makeWriter(filePath, layout)) {
+  Impl(const std::filesystem::path& filePath, const ::Formats::PointFileLayout& layout, LasVersion lasVersion)
+      : name(filePath.string()),
+        attributes(layout.attributes),
+        writer(makeWriter(filePath, layout, lasVersion)) {
     file.emplace(filePath);
     put(writer->head());
   }
@@ -122,8 +127,8 @@ struct PointFileWriter::Impl {
 };
 
 PointFileWriter::PointFileWriter(const std::wstring& path, const PointFileLayout& layout)
-    : impl_(
-          std::make_unique<Impl>(std::filesystem::path(::Core::utf8FromWide(path)), checkedLayout(layout))) {}
+    : impl_(std::make_unique<Impl>(std::filesystem::path(::Core::utf8FromWide(path)), checkedLayout(layout),
+                                   layout.lasVersion)) {}
 PointFileWriter::PointFileWriter(std::function<void(Span<const char>)> sink, const PointFileLayout& layout)
     : impl_(std::make_unique<Impl>(std::move(sink), checkedLayout(layout))) {}
 PointFileWriter::PointFileWriter(PointFileWriter&& other) noexcept = default;

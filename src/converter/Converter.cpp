@@ -154,7 +154,9 @@ InputChoice Converter::choice() const {
 
 ScanInputs Converter::findInputs(const InputFiles& found, std::vector<std::string> furtherExtensions,
                                  const std::stop_token& stopToken) const {
-  const ProjectOptions options{options_.allowOutside, options_.applyPose, std::move(furtherExtensions)};
+  const ProjectOptions options{
+      options_.allowOutside, options_.applyPose, std::move(furtherExtensions),
+      [this](const std::filesystem::path& file) { return readerFor(file) != nullptr; }};
   return findScans(*engine_.files, found.files, options, stopToken);
 }
 
@@ -200,18 +202,23 @@ std::unique_ptr<ScanReader> Converter::openUnlessEmpty(const ScanInput& input) c
 }
 
 std::unique_ptr<ScanReader> Converter::open(const std::filesystem::path& file) const {
+  if (const FormatReader* const reader = readerFor(file)) return reader->open(*engine_.files, file);
   const std::string extension = extensionOf(file);
-  bool hasReader = false;
-  for (const auto& reader : options_.readers) {
-    if (reader->extension() != extension) continue;
-    hasReader = true;
-    if (std::unique_ptr<ScanReader> scan = reader->open(*engine_.files, file)) return scan;
-  }
-  if (hasReader && !isScanExtension(extension)) {
+  const bool isFurther = std::any_of(options_.readers.begin(), options_.readers.end(),
+                                     [&](const auto& reader) { return reader->extension() == extension; });
+  if (isFurther && !isScanExtension(extension)) {
     throw ConversionError(Result::InputPointCloudFormatUnsupported,
                           file.string() + ": no reader plug-in knows its first bytes");
   }
   return engine_.openScan(*engine_.files, file, {options_.allowTruncated});
+}
+
+const FormatReader* Converter::readerFor(const std::filesystem::path& file) const {
+  const std::string extension = extensionOf(file);
+  for (const auto& reader : options_.readers) {
+    if (reader->extension() == extension && reader->knows(*engine_.files, file)) return reader.get();
+  }
+  return nullptr;
 }
 
 void Converter::checkAttributes(const ScanInfo& info) const {

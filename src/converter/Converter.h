@@ -90,6 +90,8 @@ class Converter final : public Core::Job {
   [[nodiscard]] Scans openScans(const std::vector<ScanInput>& inputs, const std::stop_token& stopToken);
   [[nodiscard]] std::unique_ptr<ScanReader> openUnlessEmpty(const ScanInput& input) const;
   [[nodiscard]] std::unique_ptr<ScanReader> open(const std::filesystem::path& file) const;
+  /// The first reader of a further format that knows a file; null if none does.
+  [[nodiscard]] const FormatReader* readerFor(const std::filesystem::path& file) const;
   void checkAttributes(const ScanInfo& info) const;
   void addRemarks(std::vector<std::string> remarks);
   /// Those that concern one scan.

@@ -19,7 +19,11 @@ class FormatReader {
   /// @throws ConversionError when the reader cannot be used.
   [[nodiscard]] virtual std::string extension() const = 0;
 
-  /// Opens a file of that extension; null when its first bytes are not of the format.
+  /// Whether the first bytes of a file of that extension are of the format.
+  /// @throws ConversionError naming file and cause.
+  [[nodiscard]] virtual bool knows(Core::FileSystem& files, const std::filesystem::path& file) const = 0;
+
+  /// Opens a file that it knows.
   /// @param files  must outlive the scan.
   /// @throws ConversionError naming file and cause.
   [[nodiscard]] virtual std::unique_ptr<ScanReader> open(Core::FileSystem& files,

@@ -51,6 +51,13 @@ struct Found {
   std::vector<std::string> outside;
 };
 
+/// Whether a file that is there is a scan of a further format.
+bool isFurther(const fs::path& file, const ProjectOptions& options) {
+  const auto& further = options.furtherExtensions;
+  return std::find(further.begin(), further.end(), extensionOf(file)) != further.end() &&
+         options.isFurther(file);
+}
+
 /// Looks for the members of one project.
 class MemberSearch {
  public:
@@ -72,7 +79,7 @@ class MemberSearch {
     bool isOutside = false;
     for (const std::string& name : candidates(member.path, isReadable)) {
       const ProjectFolder::Place place = folder_.find(name);
-      if (place.file) {
+      if (place.file && isScanFile(*place.file)) {
         found_.scans.push_back({*place.file, member.pose});
         return;
       }
@@ -91,8 +98,17 @@ class MemberSearch {
 
   [[nodiscard]] bool canBeRead(const std::string& extension) const {
     const auto& further = options_.furtherExtensions;
-    return std::find(kExports.begin(), kExports.end(), extension) != kExports.end() ||
-           std::find(further.begin(), further.end(), extension) != further.end();
+    return isExport(extension) || std::find(further.begin(), further.end(), extension) != further.end();
+  }
+
+  /// Whether a file of an extension that can be read is what its name says. For what is exported, the reader
+  /// will see.
+  [[nodiscard]] bool isScanFile(const fs::path& file) const {
+    return isExport(extensionOf(file)) || isFurther(file, options_);
+  }
+
+  static bool isExport(const std::string& extension) {
+    return std::find(kExports.begin(), kExports.end(), extension) != kExports.end();
   }
 
   /// The names under which a member's points may be, best first.
@@ -209,15 +225,9 @@ class Gathering {
 ScanInputs findScans(Core::FileSystem& files, const std::vector<fs::path>& inputs,
                      const ProjectOptions& options, const std::stop_token& stopToken) {
   Gathering gathering(files, options);
-  const auto isProject = [&](const fs::path& input) {
-    const std::string extension = extensionOf(input);
-    const auto& further = options.furtherExtensions;
-    const bool isFurther = std::find(further.begin(), further.end(), extension) != further.end();
-    return isProjectExtension(extension) && !isFurther;
-  };
   for (const fs::path& input : inputs) {
     if (stopToken.stop_requested()) throw ConversionCancelled();
-    if (!isProject(input)) {
+    if (!isProjectExtension(extensionOf(input)) || isFurther(input, options)) {
       gathering.addFile(input);
       continue;
     }

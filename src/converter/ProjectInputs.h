@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -21,9 +22,11 @@ struct ScanInput {
 struct ProjectOptions {
   bool allowOutside = false;  ///< read members that lie outside the project's folder
   bool applyPose = false;     ///< bring members to the project's global coordinate system
-  /// Of further formats that can be read, in small letters with the dot: files of these are no projects, but
-  /// may be members.
+  /// Of further formats that can be read, in small letters with the dot.
   std::vector<std::string> furtherExtensions;
+  /// Whether a file of one of these is of its format: then it is a scan, as an input, whatever project its
+  /// name speaks of, and as a member. May be empty where there are none.
+  std::function<bool(const std::filesystem::path& file)> isFurther;
 };
 
 /// The scans of a conversion.
@@ -34,9 +37,10 @@ struct ScanInputs {
 };
 
 /// Replaces scanner projects (.rsp, .rpp, .rcp) among input files by their members that can be read; other
-/// files are handed on. A member that cannot be read itself is read from its exported sibling: "x.las",
-/// "x.laz" or "x.e57" beside "x.rxp". Members without one are left out with a remark. A file that is an input
-/// itself, or a member of an earlier project as well, is read once, with the pose of the first project.
+/// files are handed on, and what the options' isFurther() throws. A member that cannot be read itself is read
+/// from its exported sibling: "x.las", "x.laz" or "x.e57" beside "x.rxp". Members without one are left out
+/// with a remark. A file that is an input itself, or a member of an earlier project as well, is read once,
+/// with the pose of the first project.
 /// @param inputs  files that exist.
 /// @throws ConversionError naming the project: InputPointCloudFormatUnsupported when it is no project, or
 /// none

@@ -9,6 +9,8 @@ namespace {
 
 constexpr std::size_t kTextSize = 32;    // of names, descriptions and who wrote a file
 constexpr std::size_t kUserIdSize = 16;  // of variable-length records
+constexpr std::uint16_t kHeaderSize12 = 227;
+constexpr std::uint16_t kHeaderSize14 = 375;
 constexpr std::uint16_t kAdjustedStandardTime = 1U << 0U;
 constexpr std::uint8_t kCompressed = 1U << 7U;        // of the point format
 constexpr std::uint16_t kProjectionIsWkt = 1U << 4U;  // which the formats from 6 on demand
@@ -88,6 +90,19 @@ std::uint8_t extraBytesType(Math::AttributeType type) {
   return 0;
 }
 
+/// The counts of 32 bits, which have no meaning for point formats from 6 on.
+void appendLegacyCounts(const LasHeaderValues& values, FieldWriter& fields) {
+  constexpr std::size_t kReturns = 5;
+  if (values.version != LasVersion::V12) {
+    fields.zeros((1 + kReturns) * 4);
+    return;
+  }
+  fields.number(static_cast<std::uint32_t>(values.numPoints));
+  for (std::size_t i = 0; i < kReturns; ++i) {
+    fields.number(static_cast<std::uint32_t>(values.pointsByReturn[i]));
+  }
+}
+
 void appendExtraBytesEntry(const Math::Attribute& attribute, std::size_t element, FieldWriter& fields) {
   constexpr std::uint8_t kHasScale = 1U << 3U;
   constexpr std::uint8_t kHasOffset = 1U << 4U;
@@ -110,21 +125,24 @@ void appendLasHeader(const LasHeaderValues& values, std::vector<std::byte>& out)
   constexpr std::size_t kSourceAndProject = 2;
   constexpr std::size_t kProjectId = 16;
   constexpr std::size_t kCreationDate = 4;  // left open, so that the same points make the same file
-  constexpr std::size_t kLegacyCounts = 6 * 4;
   constexpr std::size_t kWaveformOffset = 8;
+  const bool isOld = values.version == LasVersion::V12;
   FieldWriter fields(out);
   const auto encoding = static_cast<std::uint16_t>(
-      kProjectionIsWkt | (values.adjustedStandardTime ? kAdjustedStandardTime : 0U));
+      (isOld ? 0U : kProjectionIsWkt) | (values.adjustedStandardTime ? kAdjustedStandardTime : 0U));
   fields.text("LASF", 4).zeros(kSourceAndProject).number(encoding).zeros(kProjectId);
-  fields.number(std::uint8_t{1}).number(std::uint8_t{4}).text("OTHER", kTextSize).text("Sorvik", kTextSize);
-  fields.zeros(kCreationDate).number(static_cast<std::uint16_t>(LasHeaderValues::kSize));
+  fields.number(std::uint8_t{1}).number(isOld ? std::uint8_t{2} : std::uint8_t{4});
+  fields.text("OTHER", kTextSize).text("Sorvik", kTextSize);
+  fields.zeros(kCreationDate).number(isOld ? kHeaderSize12 : kHeaderSize14);
   fields.number(values.pointOffset).number(values.numRecords);
   fields.number(static_cast<std::uint8_t>(values.pointFormat | (values.isCompressed ? kCompressed : 0U)));
-  fields.number(values.pointSize).zeros(kLegacyCounts);
+  fields.number(values.pointSize);
+  appendLegacyCounts(values, fields);
   fields.numbers(values.scale).numbers(values.offset);
   for (std::size_t axis = 0; axis < 3; ++axis) {
     fields.number(values.maximum[axis]).number(values.minimum[axis]);
   }
+  if (isOld) return;
   fields.zeros(kWaveformOffset).number(values.extendedRecordOffset).number(values.numExtendedRecords);
   fields.number(values.numPoints).numbers(values.pointsByReturn);
 }

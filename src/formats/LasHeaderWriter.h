@@ -8,16 +8,17 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/LasFields.h"
 #include "math/Attribute.h"
 
 namespace Formats {
 
-/// What the public header of a LAS 1.4 file says; the rest of it is fixed. (ASPRS, "LAS Specification 1.4",
-/// R15, table 3.)
+/// What the public header of a LAS file says; the rest of it is fixed. (ASPRS, "LAS Specification 1.4", R15,
+/// table 3; "LAS Specification 1.2", the same up to the box.)
 struct LasHeaderValues {
-  static constexpr std::size_t kSize = 375;
   static constexpr std::size_t kReturns = 15;
 
+  LasVersion version = LasVersion::V14;
   bool adjustedStandardTime = true;
   std::uint32_t pointOffset = 0;  ///< bytes before the first point
   std::uint32_t numRecords = 0;   ///< variable-length records before the points
@@ -29,9 +30,9 @@ struct LasHeaderValues {
   std::array<double, 3> maximum{};
   std::array<double, 3> minimum{};
   std::uint64_t extendedRecordOffset = 0;  ///< of the first record behind the points; 0: there is none
-  std::uint32_t numExtendedRecords = 0;
-  std::uint64_t numPoints = 0;
-  std::array<std::uint64_t, kReturns> pointsByReturn{};  ///< first returns first
+  std::uint32_t numExtendedRecords = 0;    ///< 0 in 1.2
+  std::uint64_t numPoints = 0;             ///< at most 2^32 - 1 in 1.2
+  std::array<std::uint64_t, kReturns> pointsByReturn{};  ///< first returns first; 1.2 has the first five
 };
 
 /// A variable-length record: what else a LAS file says.
@@ -41,11 +42,11 @@ struct LasRecord {
   std::string description;  ///< cut to 32 bytes
   std::vector<std::byte> data;
 
-  /// Whether it is too long to stand before the points.
+  /// Whether it is too long to stand before the points, so that LAS 1.2 has no place for it.
   [[nodiscard]] bool isExtended() const { return data.size() > UINT16_MAX; }
 };
 
-/// Appends the header's LasHeaderValues::kSize bytes.
+/// Appends the header: 375 bytes, in version 1.2 227.
 void appendLasHeader(const LasHeaderValues& values, std::vector<std::byte>& out);
 
 /// Appends the record, in the form that isExtended() says.

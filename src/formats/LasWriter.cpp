@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -10,100 +9,47 @@
 
 #include "core/LittleEndian.h"
 #include "formats/AttributeValue.h"
+#include "formats/LasHeader.h"
+#include "formats/LasStandardFields.h"
 
 namespace Formats {
 namespace {
 
-using Math::AttributeType;
-
-constexpr std::size_t kReturnByte = 14;
-constexpr std::size_t kAngleOffset = 18;
-constexpr std::size_t kColorOffset = 30;
-constexpr std::size_t kNirOffset = 36;
-// Of the point formats 6, 7 and 8.
-constexpr std::array<std::size_t, 3> kFormatSizes{30, 36, 38};
-constexpr std::uint8_t kFirstFormat = 6;
-
-/// Puts the values of an attribute at @p out, in records that are @p stride bytes apart and were zero before.
-using Store = void (*)(const AttributeValues& values, std::size_t count, std::byte* out, std::size_t stride);
-
-template <std::size_t Size>
-void storeBytes(const AttributeValues& values, std::size_t count, std::byte* out, std::size_t stride) {
-  copyValues(values, Size, count, out, stride);
-}
-
-/// Four bits, beside the other four of the byte.
-template <unsigned Shift, std::uint8_t (*FourBitsOf)(std::uint8_t)>
-void storeFourBits(const AttributeValues& values, std::size_t count, std::byte* out, std::size_t stride) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto value = loadValue<std::uint8_t>(values.first + i * values.stride);
-    out[i * stride] |= static_cast<std::byte>(FourBitsOf(value) << Shift);
-  }
-}
-
-std::uint8_t nearestOf15(std::uint8_t value) { return std::min<std::uint8_t>(value, 15); }
-std::uint8_t lowBits(std::uint8_t value) { return value & 0xFU; }
-
-/// Whole degrees to steps of 0.006 degrees, halves away from zero.
-void storeDegrees(const AttributeValues& values, std::size_t count, std::byte* out, std::size_t stride) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const int thirds = 500 * loadValue<std::int8_t>(values.first + i * values.stride);  // of a step
-    const int steps = (thirds + (thirds < 0 ? -1 : 1)) / 3;
-    Core::storeLittleEndian(out + i * stride, static_cast<std::int16_t>(steps));
-  }
-}
-
-/// 255 becomes 65535.
-void storeWidenedColors(const AttributeValues& values, std::size_t count, std::byte* out,
-                        std::size_t stride) {
-  for (std::size_t i = 0; i < count; ++i) {
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-      const auto value = loadValue<std::uint8_t>(values.first + i * values.stride + channel);
-      Core::storeLittleEndian(out + i * stride + 2 * channel, static_cast<std::uint16_t>(257 * value));
-    }
-  }
-}
-
-struct StandardField {
-  std::string_view name;
-  AttributeType type;
-  std::uint32_t numElements;
-  std::size_t offset;
-  Store store;
-};
-
-constexpr std::array<StandardField, 14> kStandardFields{{
-    {"intensity", AttributeType::UInt16, 1, 12, storeBytes<2>},
-    {"return number", AttributeType::UInt8, 1, kReturnByte, storeFourBits<0, nearestOf15>},
-    {"number of returns", AttributeType::UInt8, 1, kReturnByte, storeFourBits<4, nearestOf15>},
-    {"classification flags", AttributeType::UInt8, 1, 15, storeFourBits<0, lowBits>},
-    {"scan flags", AttributeType::UInt8, 1, 15, storeFourBits<4, lowBits>},
-    {"classification", AttributeType::UInt8, 1, 16, storeBytes<1>},
-    {"user data", AttributeType::UInt8, 1, 17, storeBytes<1>},
-    {"scan angle", AttributeType::Int16, 1, kAngleOffset, storeBytes<2>},
-    {"scan angle rank", AttributeType::Int8, 1, kAngleOffset, storeDegrees},
-    {"point source id", AttributeType::UInt16, 1, 20, storeBytes<2>},
-    {"gps-time", AttributeType::Double, 1, 22, storeBytes<8>},
-    {"rgb", AttributeType::UInt16, 3, kColorOffset, storeBytes<6>},
-    {"rgb", AttributeType::UInt8, 3, kColorOffset, storeWidenedColors},
-    {"nir", AttributeType::UInt16, 1, kNirOffset, storeBytes<2>},
-}};
-
-const StandardField* standardFieldOf(const Math::Attribute& attribute) {
-  const auto* const found =
-      std::find_if(kStandardFields.begin(), kStandardFields.end(), [&](const StandardField& field) {
-        return field.name == attribute.name && field.type == attribute.type &&
-               field.numElements == attribute.numElements;
-      });
-  const bool scaled = !attribute.scale.empty() || !attribute.offset.empty();
-  return found == kStandardFields.end() || scaled ? nullptr : found;
-}
-
-bool hasScanAngle(std::span<const Math::Attribute> attributes) {
-  return std::any_of(attributes.begin(), attributes.end(), [](const Math::Attribute& attribute) {
-    const StandardField* const field = standardFieldOf(attribute);
-    return field != nullptr && field->name == "scan angle";
+/// Whether some attribute has its own field of that name.
+bool hasField(std::span<const Math::Attribute> attributes, std::string_view name, LasVersion version) {
+  return std::any_of(attributes.begin(), attributes.end(), [&](const Math::Attribute& attribute) {
+    const LasField* const field = lasFieldOf(attribute, version);
+    return field != nullptr && field->name == name;
   });
+}
+
+bool isScanAngle(const Math::Attribute& attribute) {
+  const LasField* const field = lasFieldOf(attribute, LasVersion::V14);
+  return field != nullptr && field->name == "scan angle";
+}
+
+std::uint8_t pointFormatOf(std::span<const Math::Attribute> attributes, LasVersion version) {
+  const bool hasColors = hasField(attributes, "rgb", version);
+  if (version == LasVersion::V12) {
+    return static_cast<std::uint8_t>((hasField(attributes, "gps-time", version) ? 1 : 0) +
+                                     (hasColors ? 2 : 0));
+  }
+  return hasField(attributes, "nir", version) ? 8 : hasColors ? 7 : 6;
+}
+
+std::size_t offsetOf(const LasField& field, std::uint8_t pointFormat) {
+  const LasOptionalParts& parts = kLasOptionalParts[pointFormat];
+  switch (field.part) {
+    case LasPart::GpsTime:
+      return parts.gpsTime + field.offset;
+    case LasPart::Rgb:
+      return parts.rgb + field.offset;
+    case LasPart::Nir:
+      return parts.nir + field.offset;
+    case LasPart::Core:
+      break;
+  }
+  return field.offset;
 }
 
 /// Halves away from zero. Exact, which adding a half before cutting is not.
@@ -119,59 +65,75 @@ constexpr double kHighestSteps = 2147483647.0;
 /// Whether it is a 32-bit integer once rounded; false for NaN.
 bool isStorable(double steps) { return steps > kLowestSteps - 0.5 && steps < kHighestSteps + 0.5; }
 
+[[noreturn]] void refuseValue(const LasField& field, std::uint64_t point, unsigned value) {
+  throw std::range_error("point " + std::to_string(point) + ": " + std::string(field.name) + " = " +
+                         std::to_string(value) + ": LAS 1.2 holds " + std::string(field.held));
+}
+
 }  // namespace
 
 /// An attribute on its way to its place in the records.
 struct LasWriter::Field {
   std::size_t attribute;
-  std::size_t offset;  // in the record
-  Store store;         // null for extra bytes, which are copied
-  std::size_t size;    // of extra bytes
+  std::size_t offset;       // in the record
+  StoreLasField store;      // null for extra bytes, which are copied
+  std::size_t size;         // of extra bytes
+  const LasField* checked;  // which does not hold all values; or null
 };
 
-LasWriter::LasWriter(const PointFileLayout& layout, LasCompression compression) {
+LasWriter::LasWriter(const PointFileLayout& layout, LasCompression compression, LasVersion version) {
   low_.fill(std::numeric_limits<std::int32_t>::max());
   high_.fill(std::numeric_limits<std::int32_t>::min());
+  header_.version = version;
   header_.adjustedStandardTime = layout.adjustedStandardTime;
   header_.scale = layout.scale;
   header_.offset = layout.offset;
-
-  std::vector<Math::Attribute> extra;
-  const bool angleIsGiven = hasScanAngle(layout.attributes);
-  for (std::size_t i = 0; i < layout.attributes.size(); ++i) {
-    const Math::Attribute& attribute = layout.attributes[i];
-    const StandardField* const field = standardFieldOf(attribute);
-    if (field == nullptr || (angleIsGiven && field->name == "scan angle rank")) {
-      extra.push_back(attribute);
-      fields_.push_back({i, 0, nullptr, attribute.size()});
-    } else {
-      fields_.push_back({i, field->offset, field->store, 0});
-    }
-  }
-  const std::size_t formatsUp = hasFieldAt(kNirOffset) ? 2 : hasFieldAt(kColorOffset) ? 1 : 0;
-  std::size_t recordSize = kFormatSizes[formatsUp];
-  for (Field& field : fields_) {
-    if (field.store != nullptr) continue;
-    field.offset = recordSize;
-    recordSize += field.size;
-    if (recordSize > UINT16_MAX) {
-      throw std::invalid_argument("a LAS point has at most 65535 bytes, too few for all attributes");
-    }
-  }
-  header_.pointFormat = static_cast<std::uint8_t>(kFirstFormat + formatsUp);
-  header_.pointSize = static_cast<std::uint16_t>(recordSize);
+  header_.pointFormat = pointFormatOf(layout.attributes, version);
+  const std::vector<Math::Attribute> extra = addFields(layout.attributes);
 
   if (!layout.projection.empty()) records_.push_back(projectionRecord(layout.projection));
   if (!extra.empty()) records_.push_back(extraBytesRecord(extra));
   if (compression == LasCompression::Laz) beginCompression();
-  for (const LasRecord& record : records_)
+  for (const LasRecord& record : records_) {
+    if (record.isExtended() && version == LasVersion::V12) {
+      throw std::invalid_argument("LAS 1.2 has no place for " + record.description + " of " +
+                                  std::to_string(record.data.size()) + " bytes, more than 65535");
+    }
     ++(record.isExtended() ? header_.numExtendedRecords : header_.numRecords);
+  }
   const std::size_t tablePlace = compressor_ ? Laz::PointAreaEncoder::kTablePlaceSize : 0;
   header_.pointOffset = static_cast<std::uint32_t>(head().size() - tablePlace);
 }
 
+std::vector<Math::Attribute> LasWriter::addFields(std::span<const Math::Attribute> attributes) {
+  std::vector<Math::Attribute> extra;
+  std::size_t recordSize = lasRecordSize(header_.pointFormat);
+  const bool angleIsGiven = hasField(attributes, "scan angle", header_.version);
+  const bool rankIsGiven = hasField(attributes, "scan angle rank", header_.version);
+  for (std::size_t i = 0; i < attributes.size(); ++i) {
+    const Math::Attribute& attribute = attributes[i];
+    const LasField* const field = lasFieldOf(attribute, header_.version);
+    if (field != nullptr && !(angleIsGiven && field->name == "scan angle rank")) {
+      fields_.push_back({i, offsetOf(*field, header_.pointFormat), field->store, 0,
+                         field->holds != nullptr ? field : nullptr});
+      continue;
+    }
+    if (field == nullptr && isScanAngle(attribute) && !rankIsGiven) {
+      fields_.push_back({i, kScanAngleRankOffset, storeScanAngleRank, 0, nullptr});
+    }
+    extra.push_back(attribute);
+    fields_.push_back({i, recordSize, nullptr, attribute.size(), nullptr});
+    recordSize += attribute.size();
+    if (recordSize > UINT16_MAX) {
+      throw std::invalid_argument("a LAS point has at most 65535 bytes, too few for all attributes");
+    }
+  }
+  header_.pointSize = static_cast<std::uint16_t>(recordSize);
+  return extra;
+}
+
 void LasWriter::beginCompression() {
-  const std::size_t numExtraBytes = header_.pointSize - kFormatSizes[header_.pointFormat - kFirstFormat];
+  const std::size_t numExtraBytes = header_.pointSize - lasRecordSize(header_.pointFormat);
   const Laz::LazVlr vlr = Laz::lazVlrFor(header_.pointFormat, static_cast<std::uint16_t>(numExtraBytes));
   records_.push_back(
       {std::string(Laz::kVlrUserId), Laz::kVlrRecordId, "how points are compressed", Laz::writeLazVlr(vlr)});
@@ -180,11 +142,6 @@ void LasWriter::beginCompression() {
 }
 
 LasWriter::~LasWriter() = default;
-
-bool LasWriter::hasFieldAt(std::size_t offset) const {
-  return std::any_of(fields_.begin(), fields_.end(),
-                     [&](const Field& field) { return field.offset == offset; });
-}
 
 std::vector<std::byte> LasWriter::head() const {
   LasHeaderValues header = header_;
@@ -226,6 +183,7 @@ std::vector<std::byte> LasWriter::tail() {
 std::span<const std::byte> LasWriter::encode(const PointBatch& batch) {
   const std::size_t count = batch.size();
   const std::size_t stride = header_.pointSize;
+  checkHeld(batch);
   points_.assign(count * stride, std::byte{0});
   storeCoordinates(batch.positions);
   for (const Field& field : fields_) {
@@ -242,6 +200,20 @@ std::span<const std::byte> LasWriter::encode(const PointBatch& batch) {
   const std::span<const std::byte> bytes = compressor_ ? compressor_->add(points_) : points_;
   pointBytes_ += bytes.size();
   return bytes;
+}
+
+void LasWriter::checkHeld(const PointBatch& batch) const {
+  if (header_.version == LasVersion::V12 && batch.size() > UINT32_MAX - header_.numPoints) {
+    throw std::range_error("point " + std::to_string(UINT32_MAX) + ": LAS 1.2 counts no more points");
+  }
+  for (const Field& field : fields_) {
+    if (field.checked == nullptr) continue;
+    const AttributeValues& values = batch.attributes[field.attribute];
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+      const auto value = loadValue<std::uint8_t>(values.first + i * values.stride);
+      if (!field.checked->holds(value)) refuseValue(*field.checked, header_.numPoints + i, value);
+    }
+  }
 }
 
 void LasWriter::storeCoordinates(std::span<const double> positions) {
@@ -278,9 +250,10 @@ void LasWriter::refuseCoordinate(std::span<const double> positions, std::size_t 
 
 void LasWriter::countReturns(std::size_t numPoints) {
   std::array<std::uint64_t, LasHeaderValues::kReturns + 1> counts{};
-  const std::byte* at = points_.data() + kReturnByte;
+  const std::byte* at = points_.data() + kLasReturnByte;
+  const std::byte bits{header_.version == LasVersion::V12 ? std::uint8_t{7} : std::uint8_t{15}};
   for (std::size_t i = 0; i < numPoints; ++i, at += header_.pointSize) {
-    ++counts[std::to_integer<std::size_t>(*at & std::byte{0xF})];
+    ++counts[std::to_integer<std::size_t>(*at & bits)];
   }
   for (std::size_t i = 0; i < LasHeaderValues::kReturns; ++i) header_.pointsByReturn[i] += counts[i + 1];
 }

@@ -90,6 +90,31 @@ TEST_F(PointFileWriterTest, WritesLazFilesWithTheirCounts) {
   EXPECT_EQ(at<std::uint32_t>(file, table + 4), 1U) << "the number of chunks";
 }
 
+TEST_F(PointFileWriterTest, WritesFilesOfAnOlderVersion) {
+  const std::vector<std::uint8_t> classes{7, 31};
+  PointFileLayout layout = layoutOf({{"classification", AttributeType::UInt8}});
+  layout.lasVersion = Sorvik::LasVersion::V12;
+  const std::string file = written("a.las", layout, kTwoPoints, {classes});
+  EXPECT_EQ(at<std::uint8_t>(file, 25), 2) << "minor version";
+  ASSERT_EQ(file.size(), 227 + 2 * 20U);
+  EXPECT_EQ(at<std::uint8_t>(file, 227 + 20 + 15), 31);
+  const std::string laz = written("a.laz", layout, kTwoPoints, {classes});
+  EXPECT_EQ(at<std::uint8_t>(laz, 25), 2) << "minor version";
+  EXPECT_EQ(at<std::uint8_t>(laz, 104), 0x80) << "format 0, compressed";
+}
+
+TEST_F(PointFileWriterTest, RemovesTheFileOnceAValueDoesNotFitTheOlderVersion) {
+  const std::vector<std::uint8_t> classes{7, 32};
+  PointFileLayout layout = layoutOf({{"classification", AttributeType::UInt8}});
+  layout.lasVersion = Sorvik::LasVersion::V12;
+  PointFileWriter writer(wide("a.las"), layout);
+  EXPECT_THAT([&] { writer.write(kTwoPoints, std::array{PointFileColumn(classes)}); },
+              ThrowsMessage<std::range_error>(
+                  EndsWith("a.las: point 1: classification = 32: LAS 1.2 holds 0 to 31")));
+  EXPECT_THROW(writer.close(), std::logic_error);
+  EXPECT_THAT(names(), ElementsAre());
+}
+
 TEST_F(PointFileWriterTest, WritesCsvFilesOfAnyAttributes) {
   const std::vector<std::uint8_t> colors{1, 2, 3, 4, 5, 6};
   const std::vector<float> times{0.1F, -1e20F};

@@ -61,6 +61,22 @@ TEST(MakeSample, FillsTheFieldsOfItsPoints) {
   EXPECT_LE(at<double>(file, 179), 452200) << "the greatest x";
 }
 
+TEST(MakeSample, GoesWithoutFlagsIntoAFileOfAnOlderVersion) {
+  const TempFolder folder;
+  Sorvik::SampleOptions options;
+  options.lasVersion = Sorvik::LasVersion::V12;
+  Sorvik::makeSample((folder.path() / "a.las").wstring(), 300'000, 1, options);  // several strips
+  const std::string file = readFile(folder.path() / "a.las");
+  EXPECT_EQ(at<std::uint8_t>(file, 104), 3) << "point format";
+  ASSERT_EQ(at<std::uint16_t>(file, 105), 36) << "with the exact scan angle";
+  const std::size_t first = at<std::uint32_t>(file, 96);
+  for (std::size_t i = 0; i < 300'000; ++i) {
+    const auto classByte = at<std::uint8_t>(file, first + i * 36 + 15);
+    ASSERT_GE(classByte, 2);
+    ASSERT_LT(classByte, 32) << "no flags";
+  }
+}
+
 TEST(MakeSample, IsWrittenInAnyFormat) {
   const std::string text = sample("a.csv", 3, 1);
   EXPECT_EQ(

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -175,23 +174,17 @@ TEST_F(ReaderPlugin, OfAKnownExtensionComesFirstAndMayLeaveTheFileToTheLibrary) 
   EXPECT_EQ(points(), (Points{{5, 0}}));
 }
 
-TEST_F(ReaderPlugin, MayReadOnlyOneAtATime) {
+TEST_F(ReaderPlugin, OfTheExtensionOfAProjectMayLeaveItToTheLibrary) {
+  std::filesystem::remove(scan);
+  write("a.rsp",
+        "<project><scanpositions><scanposition><singlescans><scan><file>a.rxp</file></scan></singlescans>"
+        "</scanposition></scanpositions></project>");
+  write("a.las", LasFile().point(500, 0, 0).bytes());
   FakeFormat format;
-  format.readsInParallel = false;
-  format.description.numPoints = 5 * Sorvik::OpenedScan::kPointsPerRead;
-  std::atomic<int> inside = 0;
-  std::atomic<int> most = 0;
-  format.read = [&](std::uint64_t first, std::uint64_t count, ScanPointSink& sink) {
-    most = std::max(most.load(), ++inside);
-    givePoints(first, count, sink);
-    --inside;
-  };
-  ConverterOptions options = optionsFor({format});
-  options.threads = 4;
-  Converter converter(in(), out(), options);
-  EXPECT_EQ(converter.run(), ConversionState::Completed) << converter.failedReason();
-  EXPECT_EQ(converter.numPoints(), format.description.numPoints);
-  EXPECT_EQ(most, 1);
+  format.extension = ".rsp";
+  format.probe = [](const std::string& start) { return start.starts_with("another format"); };
+  convert({format});
+  EXPECT_EQ(points(), (Points{{5, 0}}));
 }
 
 TEST_F(ReaderPlugin, MakesTheSameCloudWithAndWithoutBounds) {

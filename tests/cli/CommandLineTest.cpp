@@ -78,6 +78,9 @@ TEST(CommandLine, RefusesFilesThatItCannotWrite) {
                   "-o: cannot write .E57 files: use .las, .laz, .ply or .csv");
   expectWrongCall({"points", "a", "-o", "a.txt"},
                   "-o: cannot write .txt files: use .las, .laz, .ply or .csv");
+  expectWrongCall({"points", "a", "--las-version", "1.2"}, "--las-version: is for .las and .laz files");
+  expectWrongCall({"points", "a", "-o", "a.csv", "--las-version", "1.2"}, "--las-version: is for .las");
+  expectWrongCall({"points", "a", "-o", "a.las", "--las-version", "2"}, "--las-version: '2' is not written");
   expectWrongCall({"points", "a", "-o", "folder.csv/a"},
                   "'folder.csv/a' has no extension: use .las, .laz, .ply or .csv");
 }

@@ -85,6 +85,32 @@ TEST(LasFile, IsCompressedByItsName) {
   EXPECT_LT(laz.size(), las.size() / 4);
 }
 
+TEST(LasFile, IsOfAnOlderVersionWhenAskedFor) {
+  SmallCloud cloud;
+  cloud.points = {{.position = {123, 4500, 7}, .intensity = 9, .rgb = {1, 20, 255}, .classIndex = 31}};
+  const std::string file = lasOf(cloud, {"--las-version", "1.2"});
+  EXPECT_EQ(at<std::uint8_t>(file, 25), 2) << "minor version";
+  EXPECT_EQ(at<std::uint8_t>(file, 104), 2) << "point format";
+  EXPECT_EQ(at<std::uint32_t>(file, 107), 1U);
+  ASSERT_EQ(file.size(), 227 + 26U);
+  EXPECT_EQ(at<std::uint8_t>(file, 227 + 15), 31);
+  EXPECT_EQ(at<std::uint16_t>(file, 227 + 22), 20) << "green";
+  EXPECT_EQ(lasOf(cloud, {"--las-version", "1.4"}), lasOf(cloud));
+}
+
+TEST(LasFile, IsNotWrittenWhereAValueDoesNotFitTheOlderVersion) {
+  const TempFolder folder;
+  SmallCloud cloud = rowOfPoints(3);
+  cloud.points[2].classIndex = 64;
+  cloud.write(folder.path() / "cloud");
+  const std::filesystem::path out = folder.path() / "out.laz";
+  const ProcessResult result =
+      runProgram({"points", (folder.path() / "cloud").string(), "-o", out.string(), "--las-version", "1.2"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, testing::HasSubstr("out.laz: point 2: classification = 64: LAS 1.2 holds 0 to 31"));
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+
 TEST(LasFile, HasOctreeCoordinatesWhenAskedFor) {
   SmallCloud cloud;
   cloud.points = {{.position = {123, 4500, 7}}};

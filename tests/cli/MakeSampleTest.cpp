@@ -30,6 +30,12 @@ TEST_F(MakeSample, WritesCompressedFiles) {
   EXPECT_EQ(readFile(path("a.laz")).at(104), static_cast<char>(7 | 0x80)) << "point format";
 }
 
+TEST_F(MakeSample, WritesFilesOfAnOlderVersion) {
+  EXPECT_EQ(outputOf({"make-sample", path("a.laz"), "--points", "1000", "--las-version", "1.2"}), "");
+  EXPECT_EQ(readFile(path("a.laz")).at(25), 2) << "minor version";
+  EXPECT_EQ(readFile(path("a.laz")).at(104), static_cast<char>(3 | 0x80)) << "point format";
+}
+
 TEST_F(MakeSample, SaysHowManyPointsAsJson) {
   EXPECT_EQ(outputOf({"make-sample", path("a.las"), "--points", "12", "--json"}), "{\"numPoints\":12}\n");
 }
@@ -56,6 +62,9 @@ TEST_F(MakeSample, RefusesACallThatMeansNothing) {
           "--points: '1000000000001' is out of range");
   refuses({"make-sample", path("a.las"), "--seed", "18446744073709551616"}, "is out of range");
   refuses({"make-sample", path("a.las"), "--seed="}, "--seed");
+  refuses({"make-sample", path("a.las"), "--las-version", "1.3"}, "--las-version: '1.3' is not written");
+  refuses({"make-sample", path("a.ply"), "--las-version", "1.2"},
+          "--las-version: is for .las and .laz files");
 }
 
 TEST_F(MakeSample, FailsWhereItCannotWrite) {

@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <functional>
-#include <thread>
 
 #include "converter/ConversionError.h"
 #include "converter/LasScanReader.h"
@@ -150,20 +149,6 @@ TEST(LazScanReader, GivesBlocksOfOneChunkInAnyOrder) {
   const auto scan = openBytes(file.withoutChunks().bytes());
   for (const std::uint64_t block : {2U, 0U, 1U, 1U, 2U}) {
     EXPECT_EQ(blockOf(*scan, block).coordinates.front(), static_cast<std::int32_t>(block * kMost));
-  }
-}
-
-TEST(LazScanReader, GivesBlocksOfOneChunkToSeveralThreads) {
-  LazFile file(0, numberedRecords(3 * kMost));
-  const auto scan = openBytes(file.chunkSize(1'000'000).bytes());
-  std::array<Block, 3> blocks;
-  {
-    std::vector<std::jthread> threads;
-    for (std::uint64_t i = 0; i < 3; ++i) threads.emplace_back([&, i] { blocks[i] = blockOf(*scan, i); });
-  }
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(blocks[i].coordinates.front(), static_cast<std::int32_t>(i * kMost));
-    EXPECT_EQ(blocks[i].coordinates.size(), 3 * kMost);
   }
 }
 

@@ -43,6 +43,14 @@ std::vector<fs::path> filesOf(const ScanInputs& inputs) {
   return files;
 }
 
+/// A reader for a further format, whose files hold but this text.
+ProjectOptions withReader(const std::string& extension, const std::string& content) {
+  ProjectOptions options;
+  options.furtherExtensions = {extension};
+  options.isFurther = [content](const fs::path& file) { return readFile(file) == content; };
+  return options;
+}
+
 /// A folder "p" of a project, and files in and beside it.
 class FindScans : public testing::Test {
  protected:
@@ -104,16 +112,30 @@ TEST_F(FindScans, TakesMembersOfFurtherFormatsThatHaveAReader) {
   const fs::path project = write("p/project.rsp", rsp({"a.rxp"}));
   const fs::path scan = write("p/SCANS/P/a.rxp");
   write("p/SCANS/P/a.las");
-  ProjectOptions options;
-  options.furtherExtensions = {".rxp"};
-  EXPECT_THAT(filesOf(find({project}, options)), ElementsAre(scan));
+  EXPECT_THAT(filesOf(find({project}, withReader(".rxp", "x"))), ElementsAre(scan));
+}
+
+TEST_F(FindScans, TakesTheExportedSiblingOfAMemberThatItsReaderDoesNotKnow) {
+  const fs::path project = write("p/project.rsp", rsp({"a.rxp", "b.rxp"}));
+  write("p/SCANS/P/a.rxp", "other");
+  write("p/SCANS/P/b.rxp", "other");
+  const fs::path exported = write("p/SCANS/P/a.las");
+  const ScanInputs found = find({project}, withReader(".rxp", "x"));
+  EXPECT_THAT(filesOf(found), ElementsAre(exported));
+  EXPECT_THAT(found.remarks, ElementsAre(HasSubstr("1 scan left out for lack of a reader or of the file")));
 }
 
 TEST_F(FindScans, HandsOnProjectsThatHaveAReader) {
   const fs::path project = write("p/project.rsp", "not XML");
-  ProjectOptions options;
-  options.furtherExtensions = {".rsp"};
-  EXPECT_THAT(filesOf(find({project}, options)), ElementsAre(project));
+  EXPECT_THAT(filesOf(find({project}, withReader(".rsp", "not XML"))), ElementsAre(project));
+}
+
+TEST_F(FindScans, ReadsProjectsThatTheReaderOfTheirExtensionDoesNotKnow) {
+  const fs::path project = write("p/project.rsp", rsp({"a.rxp"}));
+  const fs::path a = write("p/SCANS/P/a.las");
+  const ScanInputs found = find({project}, withReader(".rsp", "another format"));
+  EXPECT_THAT(filesOf(found), ElementsAre(a));
+  EXPECT_THAT(found.projects, ElementsAre(project));
 }
 
 TEST_F(FindScans, GivesThePoseOnlyWhereItIsToBeApplied) {

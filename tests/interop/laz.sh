@@ -34,4 +34,13 @@ for points in 0 1 100001; do
 done
 "$sorvik" convert "$scratch/pairs/format8-scanned-extra.las" -o "$scratch/cloud"
 for extension in las laz; do "$sorvik" points "$scratch/cloud" -o "$scratch/pairs/exported.$extension"; done
+for extension in las laz; do
+  "$sorvik" make-sample "$scratch/pairs/old-format3-sample.$extension" --points 60000 --las-version 1.2
+done
+for kind in format{0,1,2,3}-scanned{,-extra}; do
+  "$sorvik" convert "$scratch/pairs/$kind.las" -o "$scratch/$kind" >/dev/null
+  for extension in las laz; do
+    "$sorvik" points "$scratch/$kind" -o "$scratch/pairs/old-$kind.$extension" --las-version 1.2
+  done
+done
 "${compare[@]}" "$scratch/pairs"

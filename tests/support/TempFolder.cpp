@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/KeptClouds.h"
+
 namespace Testing {
 
 TempFolder::TempFolder() {
@@ -14,6 +16,7 @@ TempFolder::TempFolder() {
 }
 
 TempFolder::~TempFolder() {
+  keepClouds(path_);
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

@@ -5,7 +5,8 @@
 
 namespace Testing {
 
-/// A new empty folder that is removed with all it holds when the object goes.
+/// A new empty folder that is removed with all it holds when the object goes. Octrees in it are then handed
+/// to keepClouds(), which ends the program if it fails.
 class TempFolder {
  public:
   TempFolder();
