@@ -21,6 +21,7 @@ using Sorvik::ColorMap;
 using Sorvik::ColorMapOrientation;
 using Sorvik::renderColorMap;
 using Sorvik::renderColorMapToPng;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
@@ -148,7 +149,7 @@ TEST_F(RenderColorMapToPng, TakesPathsBeyondAscii) {
 
 TEST_F(RenderColorMapToPng, NamesThePathAndTheReasonWhenItCannotWrite) {
   EXPECT_THAT([&] { renderColorMapToPng(ColorMap::Bone, 2, 2, path("none/a.png").wstring(), kVertical); },
-              ThrowsMessage<std::system_error>(HasSubstr("none/a.png: No such file or directory")));
+              ThrowsMessage<std::system_error>(AllOf(HasSubstr("none/a.png"), HasSubstr("No such file"))));
   EXPECT_THAT(
       [&] { renderColorMapToPng(ColorMap::Bone, 1'000'001, 1, path("a.png").wstring(), kVertical); },
       ThrowsMessage<std::runtime_error>(HasSubstr("a.png: an image of 1000001 x 1 pixels cannot be")));

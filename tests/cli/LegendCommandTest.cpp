@@ -11,6 +11,7 @@
 namespace Testing {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 
 class Legend : public testing::Test {
@@ -73,14 +74,14 @@ TEST_F(Legend, RefusesACallThatMeansNothing) {
   refuses({"legend", "jet", "-o", path("a.png"), "--width", "0"}, "--width: '0' is out of range");
   refuses({"legend", "jet", "-o", path("a.png"), "--height", "16385"}, "--height: '16385' is out of range");
   refuses({"legend", "jet", "-o", path("a.png"), "--height", ""}, "--height");
-  refuses({"legend", "jet", "--list"}, "--list excludes MAP");
+  refuses({"legend", "jet", "--list"}, "MAP excludes --list");
   EXPECT_FALSE(std::filesystem::exists(path("a.png")));
 }
 
 TEST_F(Legend, FailsWhereItCannotWrite) {
   const ProcessResult result = runProgram({"legend", "jet", "-o", path("none/a.png")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("none/a.png: No such file or directory"));
+  EXPECT_THAT(result.err, AllOf(HasSubstr("none/a.png"), HasSubstr("No such file")));
 }
 
 TEST_F(Legend, LeavesNothingWhenItIsInterrupted) {
