@@ -11,6 +11,7 @@
 #include "sorvik/CallError.h"
 #include "sorvik/ConvertArguments.h"
 #include "sorvik/InfoCommand.h"
+#include "sorvik/LegendArguments.h"
 #include "sorvik/MakeSampleCommand.h"
 #include "sorvik/NumberArguments.h"
 #include "sorvik/PointFileArgument.h"
@@ -159,6 +160,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   MakeSampleTexts sampleTexts;
   addPoints(app, points, texts);
   ConvertArguments convert(app);
+  LegendArguments legend(app);
   addMakeSample(app, sample, sampleTexts);
   try {
     app.parse(count, arguments);
@@ -168,6 +170,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   if (app.get_subcommands().empty()) throw CallError("a command is missing: sorvik --help lists them");
   if (app.got_subcommand("info")) return runInfo(info, streams);
   if (app.got_subcommand("convert")) return runConvert(convert.options(), streams);
+  if (app.got_subcommand("legend")) return runLegend(legend.options(), streams);
   if (app.got_subcommand("make-sample")) {
     return runMakeSample(*app.get_subcommand("make-sample"), sampleTexts, sample, streams);
   }

@@ -13,6 +13,7 @@
 #include "Sorvik/BoundingRectangle.h"
 #include "Sorvik/Circle.h"
 #include "Sorvik/Color.h"
+#include "Sorvik/ColorMap.h"
 #include "Sorvik/ColoredPoint.h"
 #include "Sorvik/Converter.h"
 #include "Sorvik/Cylinder.h"
