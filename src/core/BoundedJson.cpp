@@ -43,11 +43,10 @@ class BoundsCheck final : public nlohmann::json_sax<json> {
     throw FormatError(source_, name.substr(0, kShownBytes), "one member of that name in an object", "two");
   }
   bool parse_error(std::size_t byte, const std::string&, const json::exception& error) override {
-    if (dynamic_cast<const json::out_of_range*>(&error) != nullptr) {
-      throw FormatError(source_, "document", "numbers within double precision", "one beyond");
-    }
     // The parser counts the bytes that it has read, the wrong one among them.
-    throwNotJson(byte == 0 ? 0 : byte - 1);
+    const std::size_t at = byte == 0 ? 0 : byte - 1;
+    if (dynamic_cast<const json::out_of_range*>(&error) == nullptr) throwNotJson(at);
+    throw FormatError({source_, at}, "document", "numbers within double precision", "one beyond");
   }
   [[noreturn]] void throwNotJson(std::size_t byte) const {
     throw FormatError({source_, byte}, "document", "JSON",

@@ -17,8 +17,8 @@ struct JsonLimits {
 /// Parses a JSON text within limits. Depth is held against its limit before a value of that depth is built:
 /// copying or printing a deeply nested value overflows the stack.
 /// @param source the file, URL or kind of text, for the message.
-/// @throws FormatError when @p text is longer, nests deeper, is no JSON (RFC 8259) in UTF-8, or holds a
-/// number beyond the range of double precision.
+/// @throws FormatError when @p text is longer, nests deeper, repeats a name, is no JSON (RFC 8259) in UTF-8,
+/// or holds a number beyond the range of double precision.
 [[nodiscard]] nlohmann::json parseBoundedJson(std::string_view text, const JsonLimits& limits,
                                               std::string_view source);
 

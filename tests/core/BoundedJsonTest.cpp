@@ -90,7 +90,7 @@ TEST(BoundedJson, RefusesWhatLooksLikeJsonButIsNot) {
 
 TEST(BoundedJson, RefusesNumbersBeyondDoublePrecision) {
   EXPECT_EQ(saidOf("[1e400]"),
-            "a.json: document: expected numbers within double precision, found one beyond");
+            "a.json, byte 5: document: expected numbers within double precision, found one beyond");
   EXPECT_EQ(saidOf("[1e-400, 1e308]"), "parsed");
 }
 
