@@ -38,8 +38,8 @@ Point<float, 3> applied(const Matrix4& m, const Point<float, 3>& p) {
   return result;
 }
 
-/// The angle of a direction in plan, and 0 of one without.
-float planAngle(const Point<float, 3>& direction) {
+/// The angle of a direction in plan from the x axis; 0 of one without length.
+float planAngle(const Point<float, 2>& direction) {
   const Eigen::Vector2f unit =
       normalisedUnlessZero(Eigen::Vector2d(direction[0], direction[1])).cast<float>();
   return std::atan2(unit.y(), unit.x());
@@ -162,7 +162,7 @@ CameraPose Transformation::cameraPose() const {
 }
 
 void Transformation::fit(const Point<float, 3>& source, const Point<float, 3>& target,
-                         const Point<float, 3>& sourceDirection, const Point<float, 3>& targetDirection) {
+                         const Point<float, 2>& sourceDirection, const Point<float, 2>& targetDirection) {
   constexpr double kPi = std::numbers::pi;
   double angle = static_cast<double>(planAngle(targetDirection)) - planAngle(sourceDirection);
   if (angle > kPi) {

@@ -64,7 +64,7 @@ class Transformation {
   /// Moves @p source to the origin, turns about global z by the angle from @p sourceDirection to
   /// @p targetDirection in plan, and moves the origin to @p target; after the transform so far.
   void fit(const Point<float, 3>& source, const Point<float, 3>& target,
-           const Point<float, 3>& sourceDirection, const Point<float, 3>& targetDirection);
+           const Point<float, 2>& sourceDirection, const Point<float, 2>& targetDirection);
 
  private:
   void refresh() const;
