@@ -34,6 +34,7 @@ struct EulerAngles {
 [[nodiscard]] Quaternion quaternionFromEuler(const EulerAngles& angles);
 
 /// y lies in [-π/2, π/2]. At gimbal lock (|sin y| of at least 0.9999999) z is 0 and x takes the whole turn.
+/// Where y is closer to ±π/2 than 0.001 and not locked, x and z come from little more than rounding errors.
 [[nodiscard]] EulerAngles eulerFromQuaternion(const Quaternion& q);
 
 /// The turn by @p angleRadians about @p axis, which may have any length. An axis of length 0 is used as it
