@@ -91,6 +91,16 @@ TEST(ClassificationInfo, HasTheSameRandomColoursOnEveryCall) {
             ClassificationInfo::randomColoredClasses(40).color(39));
 }
 
+TEST(ClassificationInfo, HasThousandsOfDistinctRandomColours) {
+  const auto table = ClassificationInfo::randomColoredClasses(4'000);
+  std::set<std::array<int, 3>> colors;
+  for (const auto& entry : table.classes()) {
+    const Color& c = entry.second.color;
+    colors.insert({c.r(), c.g(), c.b()});
+  }
+  EXPECT_EQ(colors.size(), 4'000);
+}
+
 TEST(ClassificationInfo, HasAsManyRandomClassesAsAreAskedFor) {
   EXPECT_TRUE(ClassificationInfo::randomColoredClasses(0).classes().empty());
   EXPECT_EQ(ClassificationInfo::randomColoredClasses(1).classes().size(), 1);
