@@ -11,6 +11,10 @@
 #include "math/Viewport.h"
 #include "octree/OctreeNodeCache.h"
 
+namespace Math {
+class ClassificationInfo;
+class Transformation;
+}  // namespace Math
 namespace Octree {
 class Location;
 }
@@ -20,6 +24,7 @@ namespace Sorvik {
 class BoundingBox;
 class BoundingRectangle;
 class Circle;
+class ClassificationInfo;
 class Cylinder;
 class CylinderFinite;
 class Location;
@@ -30,6 +35,7 @@ class PointChunk;
 class PointCloud;
 class Polygon;
 class Sphere;
+class Transformation;
 class Viewport;
 
 /// The door from a public object to the engine value it holds, for the other façades. Each reference is valid
@@ -38,6 +44,7 @@ struct EngineAccess {
   [[nodiscard]] static const ::Math::NBoundingBox<float, 3>& engine(const BoundingBox& box);
   [[nodiscard]] static const ::Math::NBoundingBox<float, 2>& engine(const BoundingRectangle& rectangle);
   [[nodiscard]] static const ::Math::NSphere<float, 2>& engine(const Circle& circle);
+  [[nodiscard]] static const ::Math::ClassificationInfo& engine(const ClassificationInfo& info);
   [[nodiscard]] static const ::Math::Cylinder<float>& engine(const Cylinder& cylinder);
   [[nodiscard]] static const ::Math::CylinderFinite<float>& engine(const CylinderFinite& cylinder);
   [[nodiscard]] static const ::Math::NOrientedBoundingBox<float, 3>& engine(const OrientedBoundingBox& box);
@@ -46,6 +53,7 @@ struct EngineAccess {
   [[nodiscard]] static const ::Math::Plane<float>& engine(const Plane& plane);
   [[nodiscard]] static const ::Math::Polygon<float>& engine(const Polygon& polygon);
   [[nodiscard]] static const ::Math::NSphere<float, 3>& engine(const Sphere& sphere);
+  [[nodiscard]] static const ::Math::Transformation& engine(const Transformation& transformation);
   [[nodiscard]] static const ::Math::Viewport& engine(const Viewport& viewport);
 
   [[nodiscard]] static std::shared_ptr<::Octree::Location>& engine(Location& location);

@@ -38,6 +38,11 @@ std::vector<float> state(const OrientedBoundingRectangle& s) {
 std::vector<float> state(const Plane& s) { return together(elements(s.normal()), {s.constant()}); }
 std::vector<float> state(const Polygon& s) { return together(elements(s.vertex(1)), {s.area()}); }
 std::vector<float> state(const Sphere& s) { return together(elements(s.center()), {s.radius()}); }
+std::vector<float> state(const Transformation& s) {
+  std::vector<float> matrix(16);
+  s.getTransformationMatrix44(matrix);
+  return matrix;
+}
 std::vector<float> state(const Viewport& s) {
   return {static_cast<float>(s.x()), static_cast<float>(s.width())};
 }
@@ -52,6 +57,7 @@ void change(OrientedBoundingRectangle& s) { s.setHalfSize(100); }
 void change(Plane& s) { s.negate(); }
 void change(Polygon& s) { s = Polygon(std::array<float, 6>{100, 100, 103, 100, 100, 104}); }
 void change(Sphere& s) { s.setCenter(100, 100, 100); }
+void change(Transformation& s) { s.translateBy(100, 100, 100); }
 void change(Viewport& s) { s.setX(100); }
 
 template <class Shape>
@@ -70,7 +76,7 @@ class ShapeValue : public testing::Test {};
 
 using Shapes =
     testing::Types<BoundingBox, BoundingRectangle, Circle, Cylinder, CylinderFinite, OrientedBoundingBox,
-                   OrientedBoundingRectangle, Plane, Polygon, Sphere, Viewport>;
+                   OrientedBoundingRectangle, Plane, Polygon, Sphere, Transformation, Viewport>;
 TYPED_TEST_SUITE(ShapeValue, Shapes);
 
 TYPED_TEST(ShapeValue, IsOnePointerThatMovesWithoutThrowing) {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 
+#include "core/BoundedJson.h"
 #include "core/FormatError.h"
 
 namespace PoTree {
@@ -12,8 +13,8 @@ namespace {
 
 using nlohmann::json;
 
-// No metadata document nests deeper than a handful; the parser's values take memory for every level.
-constexpr int kMaxNesting = 32;
+// No metadata document nests deeper than a handful. Writers in the wild may repeat a name.
+constexpr Core::JsonLimits kLimits{.numBytes = 64 << 20, .numLevels = 32, .repeatedNames = true};
 constexpr std::int32_t kMaxAttributeSize = 65'536;
 constexpr std::size_t kMaxAttributes = 4'096;
 
@@ -108,40 +109,6 @@ class ObjectReader {
   std::string_view source_;
   std::string path_;
 };
-
-/// Whether brackets nest deeper than any metadata document does, without building a value.
-bool nestsTooDeep(std::string_view text) {
-  int depth = 0;
-  bool inText = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (inText) {
-      if (c == '\\') ++i;
-      if (c == '"') inText = false;
-    } else if (c == '"') {
-      inText = true;
-    } else if (c == '[' || c == '{') {
-      if (++depth > kMaxNesting) return true;
-    } else if (c == ']' || c == '}') {
-      --depth;
-    }
-  }
-  return false;
-}
-
-json parseJson(std::string_view text, std::string_view source) {
-  if (nestsTooDeep(text)) {
-    throw Core::FormatError(source, "document", "at most " + std::to_string(kMaxNesting) + " nested levels",
-                            "more");
-  }
-  try {
-    return json::parse(text);
-  } catch (const json::exception&) {
-    constexpr std::size_t kShownStart = 24;
-    throw Core::FormatError(source, "document", "JSON",
-                            "not JSON (starts with '" + std::string(text.substr(0, kShownStart)) + "')");
-  }
-}
 
 /// One number an element; none when the document holds anything else, since no position depends on them.
 std::vector<double> numbersAnElement(const ObjectReader& object, const char* key, std::int32_t numElements) {
@@ -282,7 +249,7 @@ const Attribute* MetaData::findReadable(std::string_view attributeName) const {
 }
 
 MetaData parseMetaData(std::string_view text, std::string_view source, MetaDataUse use) {
-  const json parsed = parseJson(text, source);
+  const json parsed = Core::parseBoundedJson(text, kLimits, source);
   const ObjectReader document(parsed, source, "");
 
   MetaData metaData;
