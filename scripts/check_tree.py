@@ -32,8 +32,8 @@ MODULES = {"Sorvik", "api", "brotli", "core", "math", "graphics", "formats", "sa
            "converter"}
 # Of the octree the converter knows the node ids and the metadata only.
 CONVERTER_MAY_INCLUDE = {"octree/OctreeNodeId.h", "octree/potree/MetaData.h"}
-# JSON and Eigen are slow to compile: sources only.
-SOURCES_ONLY = re.compile(r"nlohmann/|Eigen/")
+# JSON and Eigen are slow to compile: sources only. The forward declarations of JSON are not.
+SOURCES_ONLY = re.compile(r"nlohmann/(?!json_fwd\.hpp)|Eigen/")
 
 BANS = [
     (re.compile(r"-ffast-math|-march=native"), "results would depend on the processor"),
