@@ -10,6 +10,7 @@
 #include "math/Sphere.h"
 #include "math/Viewport.h"
 #include "octree/OctreeNodeCache.h"
+#include "regions/ClippingRegion.h"
 
 namespace Octree {
 class Location;
@@ -20,6 +21,7 @@ namespace Sorvik {
 class BoundingBox;
 class BoundingRectangle;
 class Circle;
+class ClippingRegion;
 class Cylinder;
 class CylinderFinite;
 class Location;
@@ -48,6 +50,9 @@ struct EngineAccess {
   [[nodiscard]] static const ::Math::NSphere<float, 3>& engine(const Sphere& sphere);
   [[nodiscard]] static const ::Math::Viewport& engine(const Viewport& viewport);
 
+  /// Null: every point is inside.
+  [[nodiscard]] static const std::shared_ptr<::Math::ClippingRegion<float>>& engine(
+      const ClippingRegion& region);
   [[nodiscard]] static std::shared_ptr<::Octree::Location>& engine(Location& location);
   [[nodiscard]] static const std::shared_ptr<::Octree::Location>& engine(const Location& location);
   [[nodiscard]] static const std::shared_ptr<::Octree::Octree>& octree(const PointCloud& cloud);

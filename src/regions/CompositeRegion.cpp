@@ -94,15 +94,23 @@ void CompositeRegion::clear() {
   updateHeight();
 }
 
+void CompositeRegion::replace(Child child) {
+  append(std::move(child));
+  while (children_.size() > 1) {
+    if (CompositeRegion* const composite = asComposite(children_.front())) composite->removeParent(this);
+    children_.erase(children_.begin());
+  }
+  updateHeight();
+}
+
 void CompositeRegion::setTransformation(const Matrix4<float>& matrix) {
   for (const Child& child : children_) child->setTransformation(matrix);
 }
 
 bool CompositeRegion::equals(const ClippingRegion<float>& other) const {
   const auto theirs = dynamic_cast<const CompositeRegion&>(other).children();
-  return std::equal(
-      children_.begin(), children_.end(), theirs.begin(), theirs.end(),
-      [](const Child& a, const Child& b) { return a == b || *a == *b; });
+  return std::equal(children_.begin(), children_.end(), theirs.begin(), theirs.end(),
+                    [](const Child& a, const Child& b) { return a == b || *a == *b; });
 }
 
 }  // namespace Math

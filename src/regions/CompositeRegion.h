@@ -38,6 +38,8 @@ class CompositeRegion : public ClippingRegion<float> {
   ///         nested deeper than 1000", "Error: region is null".
   void append(Child child);
   void clear();
+  /// The one child in the place of all before. Throws as append(), with nothing changed.
+  void replace(Child child);
 
   /// The same number of children, and those at the same place the same or equal.
   [[nodiscard]] bool equals(const ClippingRegion<float>& other) const override;

@@ -12,9 +12,13 @@ struct HalfSpace {
   Point<T, 3> normal{{T{0}, T{0}, T{1}}};
   T constant = T{0};
 
-  [[nodiscard]] static constexpr HalfSpace of(const Plane<T>& plane) { return {plane.normal, plane.constant}; }
+  [[nodiscard]] static constexpr HalfSpace of(const Plane<T>& plane) {
+    return {plane.normal, plane.constant};
+  }
 
-  [[nodiscard]] constexpr bool inside(const Point<T, 3>& p) const { return dot(normal, p) + constant >= T{0}; }
+  [[nodiscard]] constexpr bool inside(const Point<T, 3>& p) const {
+    return dot(normal, p) + constant >= T{0};
+  }
 
   bool operator==(const HalfSpace&) const = default;
 };

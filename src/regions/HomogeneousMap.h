@@ -47,7 +47,8 @@ class HomogeneousMap {
     return matrix_[r] * p[0] + matrix_[r + 4] * p[1] + matrix_[r + 8] * p[2] + matrix_[r + 12];
   }
   [[nodiscard]] std::optional<NBoundingBox<float, 3>> affineBounds(const NBoundingBox<float, 3>& box) const;
-  [[nodiscard]] std::optional<NBoundingBox<float, 3>> projectiveBounds(const NBoundingBox<float, 3>& box) const;
+  [[nodiscard]] std::optional<NBoundingBox<float, 3>> projectiveBounds(
+      const NBoundingBox<float, 3>& box) const;
 
   Matrix4<float> matrix_ = kIdentity4;
   Kind kind_ = Kind::Identity;

@@ -49,8 +49,8 @@ ImageSegmentation::ImageSegmentation(std::uint64_t width, std::uint64_t height,
   std::uint64_t end = 0;
   for (const std::uint64_t count : counts_) {
     if (count > numPixels - end) {
-      throw std::invalid_argument("image segmentation: expected runs of at most " + std::to_string(numPixels) +
-                                  " pixels, found more");
+      throw std::invalid_argument("image segmentation: expected runs of at most " +
+                                  std::to_string(numPixels) + " pixels, found more");
     }
     end += count;
     ends_.push_back(end);

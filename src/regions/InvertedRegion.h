@@ -4,13 +4,15 @@
 #include <string_view>
 #include <utility>
 
-#include "regions/CompositeRegion.h"
+#include "regions/ListRegions.h"
 
 namespace Math {
 
 /// What does not lie in another region.
 class InvertedRegion final : public CompositeRegion {
  public:
+  /// Of everything.
+  InvertedRegion() : InvertedRegion(std::make_shared<IntersectionRegion>()) {}
   /// @throws std::invalid_argument as CompositeRegion::append().
   explicit InvertedRegion(Child child) { append(std::move(child)); }
 
@@ -20,6 +22,9 @@ class InvertedRegion final : public CompositeRegion {
   }
 
   [[nodiscard]] const ClippingRegion<float>& child() const { return *children().front(); }
+  /// Takes another region in the place of the one before.
+  /// @throws std::invalid_argument as CompositeRegion::append(), with nothing changed.
+  void setChild(Child child) { replace(std::move(child)); }
 
  protected:
   [[nodiscard]] bool boxIntersectsImpl(const Box& box) const override { return !child().boxInside(box); }

@@ -48,7 +48,13 @@ void IntersectionRegion::pointsInsideImpl(const PointBatch& batch, PointMask& in
   inside = PointMask::filled(true);
   PointMask insideChild;
   for (const Child& child : children()) {
-    if (worthBoxTest(*this, batch) && child->boxInside(*batch.bounds)) continue;
+    if (worthBoxTest(*this, batch)) {
+      if (child->boxInside(*batch.bounds)) continue;
+      if (!child->boxIntersects(*batch.bounds)) {
+        inside = PointMask::filled(false);
+        return;
+      }
+    }
     child->pointsInside(batch, insideChild);
     inside &= insideChild;
   }

@@ -53,7 +53,9 @@ struct PointMask {
   [[nodiscard]] bool test(std::size_t i) const {
     return (words[i / PointBatch::kWordBits] >> i % PointBatch::kWordBits & 1U) != 0;
   }
-  void set(std::size_t i) { words[i / PointBatch::kWordBits] |= std::uint64_t{1} << i % PointBatch::kWordBits; }
+  void set(std::size_t i) {
+    words[i / PointBatch::kWordBits] |= std::uint64_t{1} << i % PointBatch::kWordBits;
+  }
   void reset(std::size_t i) {
     words[i / PointBatch::kWordBits] &= ~(std::uint64_t{1} << i % PointBatch::kWordBits);
   }

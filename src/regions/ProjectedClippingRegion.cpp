@@ -46,9 +46,12 @@ void keep(const PointBatch& batch, PointMask& inside, const Accepts& accepts) {
 }  // namespace
 
 RegionViewport RegionViewport::of(const Viewport& viewport) {
-  return {viewport.x,      viewport.y,
-          viewport.width,  viewport.height,
-          wholeDepth(viewport.minimumDepth), wholeDepth(viewport.maximumDepth)};
+  return {viewport.x,
+          viewport.y,
+          viewport.width,
+          viewport.height,
+          wholeDepth(viewport.minimumDepth),
+          wholeDepth(viewport.maximumDepth)};
 }
 
 template <class Shape>

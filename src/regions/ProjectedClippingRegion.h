@@ -15,8 +15,8 @@
 
 namespace Math {
 
-/// The part of an image that a view-projection maps into, in pixels, with the depths that are kept. Depths are
-/// whole numbers: the default keeps those from 0 to 1.
+/// The part of an image that a view-projection maps into, in pixels, with the depths that are kept. Depths
+/// are whole numbers: the default keeps those from 0 to 1.
 struct RegionViewport {
   std::int32_t x = 0;
   std::int32_t y = 0;

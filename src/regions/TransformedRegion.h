@@ -3,8 +3,9 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
-#include "regions/CompositeRegion.h"
+#include "regions/ListRegions.h"
 
 namespace Math {
 
@@ -12,6 +13,8 @@ namespace Math {
 /// inverse no point is inside. Its transformation is the matrix, so setting it leaves the other region alone.
 class TransformedRegion final : public CompositeRegion {
  public:
+  /// Of everything.
+  TransformedRegion() : TransformedRegion(std::make_shared<IntersectionRegion>(), kIdentity4) {}
   /// @throws std::invalid_argument as CompositeRegion::append().
   TransformedRegion(Child child, const Matrix4<float>& transformation);
 
@@ -22,6 +25,9 @@ class TransformedRegion final : public CompositeRegion {
   void setTransformation(const Matrix4<float>& matrix) override;
 
   [[nodiscard]] const ClippingRegion<float>& child() const { return *children().front(); }
+  /// Takes another region in the place of the one before.
+  /// @throws std::invalid_argument as CompositeRegion::append(), with nothing changed.
+  void setChild(Child child) { replace(std::move(child)); }
   [[nodiscard]] const Matrix4<float>& transformation() const { return transformation_; }
 
  protected:
