@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "math/Polygon.h"
+#include "math/Sphere.h"
 #include "math/Viewport.h"
 #include "regions/BatchKernels.h"
 #include "regions/ClippingRegion.h"

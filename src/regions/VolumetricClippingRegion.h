@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "math/Cylinder.h"
+#include "math/Sphere.h"
 #include "regions/ClippingRegion.h"
 #include "regions/HalfSpace.h"
 
