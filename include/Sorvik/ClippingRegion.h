@@ -61,7 +61,7 @@ class SORVIK_API ClippingRegion {
 
  protected:
   struct Impl;
-  explicit ClippingRegion(std::unique_ptr<Impl> impl);
+  SORVIK_LOCAL explicit ClippingRegion(std::unique_ptr<Impl> impl);
 
  private:
   friend struct EngineAccess;
