@@ -1,6 +1,7 @@
 #include "sorvik/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <new>
 #include <sstream>
@@ -16,6 +17,7 @@
 #include "sorvik/NumberArguments.h"
 #include "sorvik/PointFileArgument.h"
 #include "sorvik/PointsCommand.h"
+#include "sorvik/RegionCommand.h"
 
 namespace Program {
 namespace {
@@ -40,6 +42,8 @@ constexpr const char* kPointsHelp =
 /// The options as texts, as the parser leaves them.
 struct PointsTexts {
   std::vector<std::string> shapes;  // one for each of shapeOptions(); the parser knows which were given
+  std::string region;
+  std::string regionFrame;
   std::string minSpacing;
   std::string attributes;
   std::string file;
@@ -86,7 +90,16 @@ void addPoints(CLI::App& app, PointsOptions& options, PointsTexts& texts) {
     const ShapeOption& option = shapeOptions()[i];
     shapes->add_option(option.name, texts.shapes[i], option.help)->type_name(option.form);
   }
+  shapes->add_option("--region", texts.region, "Points in the clipping region that a JSON file describes")
+      ->type_name("FILE");
   shapes->require_option(0, 1);
+  points
+      ->add_option("--region-frame", texts.regionFrame,
+                   "Whether the region's coordinates are those of the octree frame, as unless given, or the "
+                   "world's")
+      ->type_name("local|world")
+      ->check(CLI::IsMember({"local", "world"}))
+      ->needs("--region");
   points->footer(kPointsHelp);
 }
 
@@ -95,6 +108,8 @@ void readTexts(const CLI::App& points, const PointsTexts& texts, PointsOptions& 
     const ShapeOption& option = shapeOptions()[i];
     if (points.count(option.name) != 0) options.shape = parseShape(option, texts.shapes[i]);
   }
+  if (points.count("--region") != 0) options.region = texts.region;
+  if (texts.regionFrame == "world") options.regionFrame = Frame::World;
   if (points.count("--min-spacing") != 0) {
     options.minSpacing = static_cast<float>(parseNumber("--min-spacing", texts.minSpacing));
     if (options.minSpacing < 0) throw CallError("--min-spacing: the spacing is negative");
@@ -136,6 +151,23 @@ ExitStatus runMakeSample(const CLI::App& sample, const MakeSampleTexts& texts, M
   return runMakeSample(options, streams);
 }
 
+void addRegion(CLI::App& app, RegionOptions& options, std::string& at) {
+  CLI::App* const region =
+      app.add_subcommand("region", "Say whether a point lies in a stored clipping region");
+  region->add_option("FILE", options.file, "A clipping region as JSON")->required()->type_name("");
+  region->add_option("--at", at, "The point, in the frame of the file")->required()->type_name("X,Y,Z");
+  region->add_flag("--json", options.json, "Print one JSON object");
+}
+
+ExitStatus runRegion(const std::string& at, RegionOptions options, const Streams& streams) {
+  const std::vector<double> numbers = parseNumbers("--at", at);
+  if (numbers.size() != options.at.size()) {
+    throw CallError("--at: expected the 3 numbers X,Y,Z, found " + std::to_string(numbers.size()));
+  }
+  std::copy(numbers.begin(), numbers.end(), options.at.begin());
+  return runRegion(options, streams);
+}
+
 /// Help and version are results, anything else that the parser throws is a wrong call.
 ExitStatus answerParser(const CLI::App& app, const CLI::ParseError& error, const Streams& streams) {
   std::ostringstream results;
@@ -162,6 +194,9 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   ConvertArguments convert(app);
   LegendArguments legend(app);
   addMakeSample(app, sample, sampleTexts);
+  RegionOptions region;
+  std::string regionAt;
+  addRegion(app, region, regionAt);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {
@@ -171,6 +206,7 @@ ExitStatus runCommand(int count, const char* const* arguments, const Streams& st
   if (app.got_subcommand("info")) return runInfo(info, streams);
   if (app.got_subcommand("convert")) return runConvert(convert.options(), streams);
   if (app.got_subcommand("legend")) return runLegend(legend.options(), streams);
+  if (app.got_subcommand("region")) return runRegion(regionAt, region, streams);
   if (app.got_subcommand("make-sample")) {
     return runMakeSample(*app.get_subcommand("make-sample"), sampleTexts, sample, streams);
   }

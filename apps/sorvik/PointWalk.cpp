@@ -40,6 +40,9 @@ LostSubtrees walkPoints(const Sorvik::PointCloud& cloud, const PointSelection& s
                         const Interrupt& interrupt,
                         const std::function<bool(const Sorvik::PointChunk&)>& take) {
   const float minSpacing = selection.minSpacing;
+  if (selection.region) {
+    return walk(Sorvik::allPointsInside(cloud, *selection.region, minSpacing), interrupt, take);
+  }
   if (!selection.shape) return walk(Sorvik::AllPointsIterator(cloud, minSpacing), interrupt, take);
   return std::visit(
       [&](const auto& shape) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Sorvik/ClippingRegion.h"
 #include "Sorvik/PointChunk.h"
 #include "Sorvik/PointCloud.h"
 #include "sorvik/Interrupt.h"
@@ -14,8 +15,9 @@ namespace Program {
 
 /// Which points of a cloud are walked.
 struct PointSelection {
-  std::optional<Shape> shape;  ///< in the octree frame; none: all points
-  float minSpacing = 0;        ///< level of detail in cloud units; 0: every level
+  std::optional<Shape> shape;                    ///< in the octree frame; none: all points
+  std::optional<Sorvik::ClippingRegion> region;  ///< in the octree frame, instead of a shape
+  float minSpacing = 0;                          ///< level of detail in cloud units; 0: every level
 };
 
 /// Parts of the hierarchy that a walk went past because they could not be read.

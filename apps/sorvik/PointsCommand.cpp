@@ -8,6 +8,7 @@
 #include "sorvik/PointExport.h"
 #include "sorvik/PointSummary.h"
 #include "sorvik/PointWalk.h"
+#include "sorvik/RegionFile.h"
 
 namespace Program {
 namespace {
@@ -68,6 +69,7 @@ ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
 
   PointSelection selection;
   if (options.shape) selection.shape = makeShape(*options.shape, layout.origin);
+  if (options.region) selection.region = readRegion(*options.region, originIn(options.regionFrame, cloud));
   selection.minSpacing = options.minSpacing;
   PointSummary summary;
   std::uint64_t numPoints = 0;

@@ -16,6 +16,8 @@ namespace Program {
 struct PointsOptions {
   std::string location;                ///< as given
   std::optional<ShapeArgument> shape;  ///< in `frame`; none: all points
+  std::optional<std::string> region;   ///< a file, instead of a shape
+  Frame regionFrame = Frame::Octree;   ///< of the region's file
   float minSpacing = 0;                ///< in cloud units
   AttributeNames attributes;           ///< what is written beside the positions
   std::optional<std::string> file;     ///< of a format that point files have; none: standard output

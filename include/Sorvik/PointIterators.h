@@ -7,6 +7,7 @@
 #include "Sorvik/BoundingBox.h"
 #include "Sorvik/BoundingRectangle.h"
 #include "Sorvik/Circle.h"
+#include "Sorvik/ClippingRegion.h"
 #include "Sorvik/Cylinder.h"
 #include "Sorvik/CylinderFinite.h"
 #include "Sorvik/Export.h"
@@ -71,6 +72,8 @@ class SORVIK_API AllPointsIterator {
 /// Walks the points of a cloud inside a shape (2-D shapes: whose x and y lie in it), one chunk a node that
 /// meets the shape. The shape is copied; its coordinates are those of the octree frame. A node that lies
 /// wholly inside is handed out as the cached points themselves. All else is as for AllPointsIterator.
+///
+/// The shape may be a clipping region: its model is copied, too, so that later changes are not seen.
 template <class Shape>
 class SORVIK_API AllPointsInsideIterator {
  public:
@@ -110,6 +113,7 @@ using AllPointsInsideBoundingRectangleIterator = AllPointsInsideIterator<Boundin
 using AllPointsInsideOrientedBoundingRectangleIterator = AllPointsInsideIterator<OrientedBoundingRectangle>;
 using AllPointsInsideCircleIterator = AllPointsInsideIterator<Circle>;
 using AllPointsInsidePolygonIterator = AllPointsInsideIterator<Polygon>;
+using AllPointsInsideClippingRegionIterator = AllPointsInsideIterator<ClippingRegion>;
 
 extern template class AllPointsInsideIterator<BoundingBox>;
 extern template class AllPointsInsideIterator<OrientedBoundingBox>;
@@ -120,6 +124,7 @@ extern template class AllPointsInsideIterator<BoundingRectangle>;
 extern template class AllPointsInsideIterator<OrientedBoundingRectangle>;
 extern template class AllPointsInsideIterator<Circle>;
 extern template class AllPointsInsideIterator<Polygon>;
+extern template class AllPointsInsideIterator<ClippingRegion>;
 
 // A walk over the points inside the shape, on its first node.
 [[nodiscard]] SORVIK_API AllPointsInsideBoundingBoxIterator allPointsInside(const PointCloud& cloud,
@@ -144,5 +149,8 @@ allPointsInside(const PointCloud& cloud, const OrientedBoundingRectangle& shape,
 [[nodiscard]] SORVIK_API AllPointsInsidePolygonIterator allPointsInside(const PointCloud& cloud,
                                                                         const Polygon& shape,
                                                                         float minSpacing);
+[[nodiscard]] SORVIK_API AllPointsInsideClippingRegionIterator allPointsInside(const PointCloud& cloud,
+                                                                               const ClippingRegion& region,
+                                                                               float minSpacing);
 
 }  // namespace Sorvik

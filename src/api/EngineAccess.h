@@ -10,6 +10,7 @@
 #include "math/Sphere.h"
 #include "math/Viewport.h"
 #include "octree/OctreeNodeCache.h"
+#include "regions/ClippingRegion.h"
 
 namespace Math {
 class ClassificationInfo;
@@ -25,6 +26,7 @@ class BoundingBox;
 class BoundingRectangle;
 class Circle;
 class ClassificationInfo;
+class ClippingRegion;
 class Cylinder;
 class CylinderFinite;
 class Location;
@@ -56,6 +58,9 @@ struct EngineAccess {
   [[nodiscard]] static const ::Math::Transformation& engine(const Transformation& transformation);
   [[nodiscard]] static const ::Math::Viewport& engine(const Viewport& viewport);
 
+  /// Null: every point is inside.
+  [[nodiscard]] static const std::shared_ptr<::Math::ClippingRegion<float>>& engine(
+      const ClippingRegion& region);
   [[nodiscard]] static std::shared_ptr<::Octree::Location>& engine(Location& location);
   [[nodiscard]] static const std::shared_ptr<::Octree::Location>& engine(const Location& location);
   [[nodiscard]] static const std::shared_ptr<::Octree::Octree>& octree(const PointCloud& cloud);

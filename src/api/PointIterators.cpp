@@ -4,8 +4,22 @@
 
 #include "api/EngineAccess.h"
 #include "octree/QueryPoints.h"
+#include "regions/RegionShape.h"
 
 namespace Sorvik {
+namespace {
+
+/// A copy of the public shape's engine value.
+template <class Shape>
+auto walkShape(const Shape& shape) {
+  return EngineAccess::engine(shape);
+}
+::Math::RegionShape walkShape(const ClippingRegion& region) {
+  const auto& model = EngineAccess::engine(region);
+  return {model ? model->clone() : nullptr};
+}
+
+}  // namespace
 
 struct AllPointsIterator::Impl {
   ::Octree::Algorithm::QueryPointsIterator engine;
@@ -41,7 +55,7 @@ bool AllPointsIterator::operator==(const AllPointsIterator& other) const {
 
 template <class Shape>
 struct AllPointsInsideIterator<Shape>::Impl {
-  using EngineShape = std::remove_cvref_t<decltype(EngineAccess::engine(std::declval<const Shape&>()))>;
+  using EngineShape = decltype(walkShape(std::declval<const Shape&>()));
 
   ::Octree::Algorithm::QueryPointsInsideIterator<EngineShape> engine;
 };
@@ -51,9 +65,8 @@ AllPointsInsideIterator<Shape>::AllPointsInsideIterator() : impl_(std::make_uniq
 template <class Shape>
 AllPointsInsideIterator<Shape>::AllPointsInsideIterator(const PointCloud& cloud, const Shape& shape,
                                                         float minSpacing)
-    : impl_(std::make_unique<Impl>(
-          Impl{::Octree::allPointsInside(EngineAccess::octree(cloud), EngineAccess::cache(cloud),
-                                         EngineAccess::engine(shape), minSpacing, {})})) {}
+    : impl_(std::make_unique<Impl>(Impl{::Octree::allPointsInside(
+          EngineAccess::octree(cloud), EngineAccess::cache(cloud), walkShape(shape), minSpacing, {})})) {}
 template <class Shape>
 AllPointsInsideIterator<Shape>::AllPointsInsideIterator(const AllPointsInsideIterator& other)
     : impl_(std::make_unique<Impl>(*other.impl_)) {}
@@ -100,6 +113,7 @@ template class AllPointsInsideIterator<BoundingRectangle>;
 template class AllPointsInsideIterator<OrientedBoundingRectangle>;
 template class AllPointsInsideIterator<Circle>;
 template class AllPointsInsideIterator<Polygon>;
+template class AllPointsInsideIterator<ClippingRegion>;
 
 AllPointsInsideBoundingBoxIterator allPointsInside(const PointCloud& cloud, const BoundingBox& shape,
                                                    float minSpacing) {
@@ -138,6 +152,10 @@ AllPointsInsideCircleIterator allPointsInside(const PointCloud& cloud, const Cir
 AllPointsInsidePolygonIterator allPointsInside(const PointCloud& cloud, const Polygon& shape,
                                                float minSpacing) {
   return {cloud, shape, minSpacing};
+}
+AllPointsInsideClippingRegionIterator allPointsInside(const PointCloud& cloud, const ClippingRegion& region,
+                                                      float minSpacing) {
+  return {cloud, region, minSpacing};
 }
 
 }  // namespace Sorvik
