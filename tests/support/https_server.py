@@ -5,7 +5,7 @@
 
 A path is /CASE/FAULT/FILE: CASE is any word by which a test finds its requests in the log, FAULT says what goes
 wrong: name[=value][,retry=SECONDS][*COUNT][@FILE]. With COUNT only the first so many requests of the case go wrong,
-with FILE only those for that file; "plain" is right always.
+with FILE only those for a file of that name; "plain" is right always.
 
 FILE of --ports gets a line "NAME PORT" for each certificate; the log a line for each request:
 CASE METHOD FILE RANGE IF-RANGE AUTHORIZATION ACCEPT-ENCODING QUERY PORT-OF-CLIENT, "-" for what is not there.
@@ -80,7 +80,7 @@ class Handler(BaseHTTPRequestHandler):
         self.fault = found.groupdict()
         self.number = number
         applies = (self.fault["count"] is None or number < int(self.fault["count"])) and \
-                  (self.fault["file"] is None or self.fault["file"] == name)
+                  (self.fault["file"] is None or name.endswith("/" + self.fault["file"]) or name == self.fault["file"])
         self.case = case
         self.tag = '"version-1"'
         method = getattr(self, "answer_" + self.fault["name"].replace("-", "_"), None) if applies else None
@@ -240,7 +240,7 @@ class Handler(BaseHTTPRequestHandler):
         """To the rest of the path, below another root: http, other, loop, or so many hops."""
         port = self.server.server_address[1]
         value = self.fault["value"]
-        status, _, value = value.partition(":") if value[:1] == "3" else ("302", "", value)
+        status, _, value = value.partition(":") if ":" in value else ("302", "", value)
         name = self.path.split("/", 3)[3]
         if value == "http":
             target = f"http://127.0.0.1:{port}/{self.case}/plain/{name}"
@@ -271,8 +271,8 @@ class Handler(BaseHTTPRequestHandler):
         self.wfile.write(page)
 
     def answer_change(self):
-        """Another version of the file from the second request on."""
-        if self.number > 0:
+        """Another version of the file from the second request of the case on, or from another one."""
+        if self.number >= int(self.fault["value"] or 1):
             self.tag = '"version-2"'
         self.answer_plain()
 
