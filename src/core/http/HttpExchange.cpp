@@ -103,8 +103,7 @@ void HttpExchange::leaveWhole() {
 
 bool HttpExchange::head(const HttpHead& head) {
   head_ = head;
-  const AnswerLimits limits{client_.settings.largestWholeFile,
-                            client_.settings.keptBytes - client_.keptBytes};
+  const AnswerLimits limits{client_.settings.largestWholeFile, client_.leftToKeep()};
   const std::optional<ByteRange> asked = wantsRange() ? std::optional(missing()) : std::nullopt;
   Answer answer = judgeAnswer(head, asked, file_.facts, limits);
   if (answer.kind == Kind::Whole && wantsRange() && file_.isComingWhole) {
@@ -114,7 +113,9 @@ bool HttpExchange::head(const HttpHead& head) {
   answer_ = std::move(answer);
   if (answer_->kind == Kind::Range || answer_->kind == Kind::Whole) {
     file_.facts.learn(head, answer_->fileSize);
-    if (answer_->kind == Kind::Whole) {
+    if (answer_->kind == Kind::Range) {
+      body_.reserve(body_.size() + std::min(answer_->bodySize, client_.settings.largestJoined));
+    } else {
       body_.clear();
       bringsWhole_ = wantsRange();
       if (bringsWhole_) file_.isComingWhole = true;
@@ -138,9 +139,8 @@ bool HttpExchange::body(std::span<const char> bytes) {
     return true;
   }
   if (answer_->kind == Kind::Whole) {
-    const std::uint64_t most =
-        wantsRange() ? client_.settings.keptBytes - client_.keptBytes : client_.settings.largestWholeFile;
-    if (bytes.size() > most - body_.size()) {
+    const std::uint64_t most = wantsRange() ? client_.leftToKeep() : client_.settings.largestWholeFile;
+    if (body_.size() + bytes.size() > most) {
       leaveWhole();
       *answer_ = {
           .kind = Kind::Refused,

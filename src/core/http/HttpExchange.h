@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -32,6 +33,10 @@ struct ClientState {
   std::shared_ptr<const HttpClientAuthentication> authentication;  ///< for the address' origin; may be empty
   CurlMulti multi;
   std::uint64_t keptBytes = 0;  ///< of all files
+
+  [[nodiscard]] std::uint64_t leftToKeep() const {
+    return settings.keptBytes - std::min(settings.keptBytes, keptBytes);
+  }
 };
 
 /// Answers a request from what is known of its file, without asking the server; false when that cannot be.
