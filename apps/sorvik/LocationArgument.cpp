@@ -34,6 +34,16 @@ std::string folderOf(const std::string& text) {
   return path.has_parent_path() ? path.parent_path().string() : ".";
 }
 
+/// The address of the folder when it is that of a metadata file; the query stays.
+std::string folderAddress(std::string address) {
+  const std::size_t pathEnd = std::min(address.find_first_of("?#"), address.size());
+  for (const std::string_view name : {"/metadata.json", "/ept.json"}) {
+    if (std::string_view(address).substr(0, pathEnd).ends_with(name))
+      return address.erase(pathEnd - name.size(), name.size());
+  }
+  return address;
+}
+
 /// How many bytes the UTF-8 sequence at the start of @p text has, and its code point; 1 and the stand-in of
 /// the byte when there is none. Overlong forms, surrogates and what lies above U+10FFFF are none (RFC 3629).
 std::size_t nextCode(std::string_view text, std::uint32_t& code) {
@@ -72,7 +82,7 @@ std::wstring widePath(std::string_view path) {
 Sorvik::Location parseLocation(std::string_view text) {
   if (text.empty()) throw CallError("LOCATION is empty");
   const std::string scheme = schemeOf(text);
-  if (scheme == "https") return Sorvik::HttpsLocation(std::string(text));
+  if (scheme == "https") return Sorvik::HttpsLocation(folderAddress(std::string(text)));
   if (!scheme.empty()) {
     throw CallError("cannot open " + scheme + ":// addresses: LOCATION is a folder or an https:// address");
   }

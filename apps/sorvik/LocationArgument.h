@@ -7,8 +7,8 @@
 
 namespace Program {
 
-/// What a LOCATION argument names: the folder of a cloud, or its metadata file, as a path of any bytes; or an
-/// https address. Nothing is opened here.
+/// What a LOCATION argument names: the folder of a cloud, or its metadata file, as a path of any bytes or as
+/// an https address. Nothing is opened here.
 /// @throws CallError for an empty text and for other schemes ("http://...", "file://...").
 [[nodiscard]] Sorvik::Location parseLocation(std::string_view text);
 

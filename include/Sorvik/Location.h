@@ -23,6 +23,7 @@ class SORVIK_API Location {
   virtual ~Location();
 
   /// Whether the storage can be reached and holds a point cloud. False, never an exception, when it cannot.
+  /// Of an https location it takes 10 seconds at most.
   [[nodiscard]] bool exists() const;
 
  protected:
@@ -40,11 +41,16 @@ class SORVIK_API FileSystemLocation final : public Location {
   explicit FileSystemLocation(const std::wstring& path);
 };
 
-/// A base address on a web server, reached over https without credentials. Transfers are not available yet:
-/// opening a cloud fails with "https is not available yet".
+/// The folder of a cloud on a web server, reached over https. Files are fetched by ranges, several at a time
+/// over up to eight connections or one of HTTP/2, and what fails in passing is tried again for up to a minute
+/// of waiting. Certificates are verified against the system's and those that SSL_CERT_FILE and SSL_CERT_DIR
+/// name. A proxy is used where https_proxy names one. A cloud whose files change while it is open fails what
+/// it fetches from then on, rather than mix two versions; a new location reads the new one.
 class SORVIK_API HttpsLocation final : public Location {
  public:
-  /// @param url  address of the folder that holds the cloud's files; no request is made for it here.
+  /// @param url  address of the folder that holds the cloud's files; no request is made for it here. A query
+  ///             ("?token=...") goes with every file, and user and password before the host do; messages show
+  ///             neither. An address that is none, or not https, fails when it is opened.
   explicit HttpsLocation(const std::string& url);
 };
 

@@ -1,6 +1,7 @@
 #include "support/Process.h"
 
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +32,7 @@ std::string contents(int descriptor) {
 
 /// In the child, after fork: only calls that are safe there.
 [[noreturn]] void become(char* const* arguments, int out, int err, bool pendingInterrupt) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that dies leaves no servers behind
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   std::signal(SIGINT, SIG_DFL);  // whoever runs the tests may ignore it
@@ -80,6 +82,12 @@ void Process::waitUntilItSleeps() const {
     if (state == 'S' || state == 'Z') return;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
+}
+
+bool Process::hasEnded() const {
+  siginfo_t info{};
+  return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == pid_;
 }
 
 ProcessResult Process::wait() {

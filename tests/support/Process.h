@@ -21,7 +21,8 @@ struct ProcessSetup {
   bool pendingInterrupt = false;  ///< a SIGINT waits for it, blocked, when it starts
 };
 
-/// A process that runs beside the test. Killed by the destructor if it still runs.
+/// A process that runs beside the test. Killed by the destructor if it still runs, and by the end of the
+/// thread that made it.
 class Process {
  public:
   /// @param command  the program's path and its arguments.
@@ -34,6 +35,8 @@ class Process {
   void signal(int number) const;
   /// Returns once the process sleeps in a system call, as in a write to a full pipe, or has ended.
   void waitUntilItSleeps() const;
+  /// Whether it has ended by now; wait() then returns at once.
+  [[nodiscard]] bool hasEnded() const;
   ProcessResult wait();
 
  private:

@@ -6,38 +6,38 @@
 #include <utility>
 
 #include "core/FormatError.h"
+#include "core/http/HttpError.h"
 
 namespace PoTree {
 namespace {
 
-constexpr const char* kMetaDataFile = "metadata.json";
-constexpr const char* kEntwineMetaDataFile = "ept.json";
 constexpr const char* kHierarchyFile = "hierarchy.bin";
 constexpr const char* kOctreeFile = "octree.bin";
 
-std::string wholeFile(const Octree::Location& location, const char* name, const std::stop_token& stopToken) {
-  return location.fetchFile(name, 0, Octree::Location::kWholeFile, stopToken).get();
-}
+}  // namespace
 
-std::string anyMetaData(const Octree::Location& location, const std::stop_token& stopToken) {
+/// One of the two metadata documents. A server that is out of reach, which its first answer says, is not
+/// asked for the second.
+std::string Location::anyMetaData(const std::stop_token& stopToken) const {
   std::string first;
   try {
-    return wholeFile(location, kMetaDataFile, stopToken);
+    return fetchFile(kMetaDataFile, 0, kWholeFile, stopToken).get();
+  } catch (const Core::HttpError& error) {
+    if (!error.isRefusal()) throw;
+    first = error.what();
   } catch (const std::exception& error) {
     first = error.what();
   }
   try {
-    return wholeFile(location, kEntwineMetaDataFile, stopToken);
+    return fetchFile(kEntwineMetaDataFile, 0, kWholeFile, stopToken).get();
   } catch (const std::exception& error) {
     throw std::runtime_error(first == error.what() ? first : first + "; " + error.what());
   }
 }
 
-}  // namespace
-
 bool Location::exists() const {
   try {
-    (void)anyMetaData(*this, {});
+    (void)anyMetaData({});
     return true;
   } catch (const std::exception&) {
     return false;
@@ -45,7 +45,7 @@ bool Location::exists() const {
 }
 
 std::future<std::string> Location::fetchMetaData(std::stop_token stopToken) {
-  return Core::callNow([&] { return anyMetaData(*this, stopToken); });
+  return Core::callNow([&] { return anyMetaData(stopToken); });
 }
 
 void Location::fetchMetaData(MetaDataCallback callback, std::stop_token stopToken) {
@@ -94,16 +94,15 @@ bool Location::fetchHierarchyChunk(std::uint64_t byteOffset, std::uint64_t byteC
   }
 }
 
-std::uint64_t Location::hash() const { return std::hash<std::string>{}(toString()); }
+std::uint64_t Location::hash() const { return std::hash<std::string>{}(identity()); }
 
 bool Location::equals(const Octree::Location& other) const {
-  return typeid(*this) == typeid(other) && toString() == other.toString();
+  return typeid(*this) == typeid(other) && identity() == dynamic_cast<const Location&>(other).identity();
 }
 
 bool Location::less(const Octree::Location& other) const {
-  const std::string mine = toString();
-  const std::string theirs = other.toString();
-  return mine != theirs ? mine < theirs : typeid(*this).before(typeid(other));
+  if (typeid(*this) != typeid(other)) return typeid(*this).before(typeid(other));
+  return identity() < dynamic_cast<const Location&>(other).identity();
 }
 
 }  // namespace PoTree

@@ -30,8 +30,15 @@ class Location : public Octree::Location {
                                          std::string& bytes, std::stop_token stopToken,
                                          std::string* reason = nullptr);
 
+ protected:
+  static constexpr const char* kMetaDataFile = "metadata.json";
+  static constexpr const char* kEntwineMetaDataFile = "ept.json";
+
  private:
-  // By kind and printed form.
+  [[nodiscard]] std::string anyMetaData(const std::stop_token& stopToken) const;
+  /// What tells this location from others of its kind.
+  [[nodiscard]] virtual std::string identity() const { return toString(); }
+  // By kind and identity.
   [[nodiscard]] std::uint64_t hash() const override;
   [[nodiscard]] bool equals(const Octree::Location& other) const override;
   [[nodiscard]] bool less(const Octree::Location& other) const override;
