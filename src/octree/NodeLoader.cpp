@@ -34,16 +34,24 @@ bool NodeLoader::loadPoints(const NodeWalk& walk, Math::NodePoints& points) {
 void NodeLoader::readAhead(const NodeWalk& walk) {
   if (!ahead_) ahead_ = std::make_unique<Ahead>(walk);
   ahead_->nodes.dropBefore(walk.number());
-  lastRequested_ = std::max(lastRequested_, walk.number());
+  if (lastRequested_ < walk.number()) {
+    // The current node first: it is the one that is waited for.
+    lastRequested_ = walk.number();
+    request(walk, walk.id());
+  }
   while (lastRequested_ - walk.number() < walk.numPending() && ahead_->nodes.hasRoom()) {
     const OctreeNodeId id = walk.pending(lastRequested_ - walk.number());
     if (!ahead_->hierarchy.isAtHand(walk, id)) break;
     ++lastRequested_;
-    if (cache_ && cache_->holds(*walk.octree(), id)) continue;
-    const std::uint64_t bytes = walk.octree()->nodeBytes(id, walk.stopToken());
-    if (bytes != 0) ahead_->nodes.request(lastRequested_, id, bytes);
+    request(walk, id);
   }
   ahead_->nodes.handOver();
+}
+
+void NodeLoader::request(const NodeWalk& walk, const OctreeNodeId& id) {
+  if (cache_ && cache_->holds(*walk.octree(), id)) return;
+  const std::uint64_t bytes = walk.octree()->nodeBytes(id, walk.stopToken());
+  if (bytes != 0) ahead_->nodes.request(lastRequested_, id, id == walk.id() ? 0 : bytes);
 }
 
 void NodeLoader::prepareStep(const NodeWalk& walk) {

@@ -45,6 +45,7 @@ class NodeLoader {
 
   [[nodiscard]] bool loadPoints(const NodeWalk& walk, Math::NodePoints& points);
   void readAhead(const NodeWalk& walk);
+  void request(const NodeWalk& walk, const OctreeNodeId& id);
 
   std::shared_ptr<OctreeNodeCache> cache_;
   std::uint64_t lastLoaded_ = 0;     // number in the walk
