@@ -32,8 +32,7 @@ void ReadAhead::request(std::uint64_t number, const OctreeNodeId& id, std::uint6
   const auto node = std::make_shared<Node>();
   node->number = number;
   node->id = id;
-  node->bytes =
-      std::min(bytes, byteBudget_);  // of a damaged record any number, which must not overflow the sum
+  node->bytes = std::min(bytes, byteBudget_);  // a damaged record's may be any number; the sum must hold it
   nodes_.push_back(node);
   bytes_ += node->bytes;
   if (fetchOnWorkers_) {
