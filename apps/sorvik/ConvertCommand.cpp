@@ -94,9 +94,9 @@ ExitStatus runConvert(const ConvertOptions& options, const Streams& streams) {
   for (const std::string& remark : converter.remarks())
     streams.messages << "sorvik: " + printable(remark) + '\n';
   if (options.json) {
-    streams.results.writeLast(jsonText(converter));
+    streams.results.write(jsonText(converter));
   } else if (converter.isCompleted()) {
-    streams.results.writeLast(plainText(converter));
+    streams.results.write(plainText(converter));
   }
   if (converter.isCompleted()) return ExitStatus::Done;
   if (converter.isCancelled()) {

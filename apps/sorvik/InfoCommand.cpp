@@ -100,8 +100,8 @@ std::string tableText(const Sorvik::PointCloud& cloud, const Facts& facts) {
 }  // namespace
 
 ExitStatus runInfo(const InfoOptions& options, const Streams& streams) {
+  streams.interrupt.endAtOnce();
   const Sorvik::PointCloud cloud(parseLocation(options.location));
-  streams.interrupt.check();
   const Facts facts = factsOf(cloud, options.frame);
   streams.results.write(options.json ? jsonText(cloud, facts) : tableText(cloud, facts));
   return ExitStatus::Done;

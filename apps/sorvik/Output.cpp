@@ -9,26 +9,16 @@
 
 namespace Program {
 
-Output::Output(int descriptor, std::string name, const Interrupt& interrupt)
-    : descriptor_(descriptor), name_(std::move(name)), interrupt_(&interrupt) {}
+Output::Output(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
 
 void Output::write(std::string_view bytes) {
   while (!bytes.empty() && !readerGone_) {
-    interrupt_->check();
-    writeSome(bytes);
-  }
-}
-
-void Output::writeLast(std::string_view bytes) {
-  while (!bytes.empty() && !readerGone_) writeSome(bytes);
-}
-
-void Output::writeSome(std::string_view& bytes) {
-  const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
-  if (written >= 0) {
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  } else {
-    waitOrFail(errno);
+    const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else {
+      waitOrFail(errno);
+    }
   }
 }
 

@@ -26,6 +26,9 @@ class PointExport {
   /// Throws what PointFileWriter::write() and Output::write() throw.
   void add(const Sorvik::PointChunk& chunk);
 
+  /// As PointFileWriter::unfinishedFile().
+  [[nodiscard]] std::string unfinishedFile() const { return writer_.unfinishedFile(); }
+
   /// Puts the file in place. One that was not closed is removed.
   void close() { writer_.close(); }
 

@@ -21,33 +21,25 @@ void step(Iterator& chunks, LostSubtrees& lost) {
 }
 
 template <class Iterator>
-LostSubtrees walk(Iterator chunks, const Interrupt& interrupt,
-                  const std::function<bool(const Sorvik::PointChunk&)>& take) {
+LostSubtrees walk(Iterator chunks, const std::function<bool(const Sorvik::PointChunk&)>& take) {
   LostSubtrees lost;
   const Iterator end;
   while (chunks != end) {
-    interrupt.check();
     if (!take(*chunks)) return lost;
     step(chunks, lost);
   }
-  interrupt.check();
   return lost;
 }
 
 }  // namespace
 
 LostSubtrees walkPoints(const Sorvik::PointCloud& cloud, const PointSelection& selection,
-                        const Interrupt& interrupt,
                         const std::function<bool(const Sorvik::PointChunk&)>& take) {
   const float minSpacing = selection.minSpacing;
-  if (selection.region) {
-    return walk(Sorvik::allPointsInside(cloud, *selection.region, minSpacing), interrupt, take);
-  }
-  if (!selection.shape) return walk(Sorvik::AllPointsIterator(cloud, minSpacing), interrupt, take);
+  if (selection.region) return walk(Sorvik::allPointsInside(cloud, *selection.region, minSpacing), take);
+  if (!selection.shape) return walk(Sorvik::AllPointsIterator(cloud, minSpacing), take);
   return std::visit(
-      [&](const auto& shape) {
-        return walk(Sorvik::allPointsInside(cloud, shape, minSpacing), interrupt, take);
-      },
+      [&](const auto& shape) { return walk(Sorvik::allPointsInside(cloud, shape, minSpacing), take); },
       *selection.shape);
 }
 

@@ -8,7 +8,6 @@
 #include "Sorvik/ClippingRegion.h"
 #include "Sorvik/PointChunk.h"
 #include "Sorvik/PointCloud.h"
-#include "sorvik/Interrupt.h"
 #include "sorvik/ShapeArguments.h"
 
 namespace Program {
@@ -27,10 +26,8 @@ struct LostSubtrees {
 };
 
 /// Hands the chunks of the selection to @p take, one a visited node, until it returns false.
-/// @throws Interrupted between two chunks.
 /// @throws std::runtime_error when the hierarchy names more nodes than it can hold.
 LostSubtrees walkPoints(const Sorvik::PointCloud& cloud, const PointSelection& selection,
-                        const Interrupt& interrupt,
                         const std::function<bool(const Sorvik::PointChunk&)>& take);
 
 }  // namespace Program

@@ -31,12 +31,13 @@ Sorvik::PointCloud openCloud(const PointsOptions& options) {
 
 /// Where the points go; nowhere when they are only counted.
 std::optional<PointExport> makeExport(const PointsOptions& options, const PointLayout& layout,
-                                      Output& results) {
+                                      const Streams& streams) {
   std::optional<PointExport> exporter;
   if (options.file) {
-    exporter.emplace(*options.file, layout, options.lasVersion);
+    streams.interrupt.removeUnfinished(
+        [&] { return exporter.emplace(*options.file, layout, options.lasVersion).unfinishedFile(); });
   } else if (writesPoints(options)) {
-    exporter.emplace(results, layout);
+    exporter.emplace(streams.results, layout);
   }
   return exporter;
 }
@@ -63,9 +64,10 @@ bool reportUnreadable(const Sorvik::PointCloud& cloud, const LostSubtrees& lost,
 }  // namespace
 
 ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
+  streams.interrupt.endAtOnce();
   const Sorvik::PointCloud cloud = openCloud(options);
   const PointLayout layout = layoutOf(cloud, options.frame, options.attributes);
-  std::optional<PointExport> exporter = makeExport(options, layout, streams.results);
+  std::optional<PointExport> exporter = makeExport(options, layout, streams);
 
   PointSelection selection;
   if (options.shape) selection.shape = makeShape(*options.shape, layout.origin);
@@ -73,13 +75,12 @@ ExitStatus runPoints(const PointsOptions& options, const Streams& streams) {
   selection.minSpacing = options.minSpacing;
   PointSummary summary;
   std::uint64_t numPoints = 0;
-  const LostSubtrees lost =
-      walkPoints(cloud, selection, streams.interrupt, [&](const Sorvik::PointChunk& chunk) {
-        numPoints += chunk.size();
-        if (options.json) summary.add(chunk);
-        if (exporter) exporter->add(chunk);
-        return !streams.results.readerGone();
-      });
+  const LostSubtrees lost = walkPoints(cloud, selection, [&](const Sorvik::PointChunk& chunk) {
+    numPoints += chunk.size();
+    if (options.json) summary.add(chunk);
+    if (exporter) exporter->add(chunk);
+    return !streams.results.readerGone();
+  });
 
   const bool complete = reportUnreadable(cloud, lost, streams.messages);
   const bool accepted = complete || options.skipUnreadable;

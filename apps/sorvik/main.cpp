@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
   // A reader that goes and a file that may not grow are errors of the write, not the end of the process.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
-  const Program::Interrupt interrupt;
-  Program::Output results(STDOUT_FILENO, "standard output", interrupt);
+  Program::Interrupt interrupt;
+  Program::Output results(STDOUT_FILENO, "standard output");
   return static_cast<int>(Program::run(argc, argv, {results, std::cerr, interrupt}));
 }

@@ -152,6 +152,10 @@ class SORVIK_API PointFileWriter {
   /// The number of points written so far.
   [[nodiscard]] std::uint64_t numPoints() const;
 
+  /// The path of the file that is written until close(), in UTF-8, for who ends the process without
+  /// destroying this object; empty when there is none.
+  [[nodiscard]] std::string unfinishedFile() const;
+
   /// Writes what is still to be written and puts the file in place, on the disk.
   /// @throws std::runtime_error naming the path when that fails.
   /// @throws std::logic_error when nothing more can be written.

@@ -153,6 +153,10 @@ void PointFileWriter::write(Span<const double> positions, Span<const PointFileCo
 
 std::uint64_t PointFileWriter::numPoints() const { return impl_->numPoints; }
 
+std::string PointFileWriter::unfinishedFile() const {
+  return impl_->file && impl_->open ? impl_->file->partialPath().string() : std::string();
+}
+
 void PointFileWriter::close() {
   impl_->attempt([this] { impl_->finish(); });
 }

@@ -13,6 +13,7 @@ namespace {
 // Node data shrinks to a half or a tenth; a first guess of eight times mostly needs no second allocation.
 constexpr std::size_t kFirstGuessFactor = 8;
 constexpr std::size_t kLeastGuess = 64 * 1024;
+constexpr std::size_t kBetweenStops = 1024 * 1024;
 
 using Decoder = std::unique_ptr<BrotliDecoderState, decltype(&BrotliDecoderDestroyInstance)>;
 
@@ -38,7 +39,8 @@ void ByteBuffer::reserveDiscarding(std::size_t wanted) {
   capacity = wanted;
 }
 
-void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, ByteBuffer& output) {
+void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, ByteBuffer& output,
+                  const std::stop_token& stopToken) {
   const Decoder decoder(BrotliDecoderCreateInstance(nullptr, nullptr, nullptr),
                         &BrotliDecoderDestroyInstance);
   if (!decoder) throw std::bad_alloc();
@@ -50,16 +52,19 @@ void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, By
   const auto* next_in = reinterpret_cast<const std::uint8_t*>(compressed.data());
   std::size_t produced = 0;
   for (;;) {
-    std::size_t available_out = limit - produced;
+    if (stopToken.stop_requested()) fail("stopped", produced);
+    const std::size_t step = std::min(limit - produced, kBetweenStops);
+    std::size_t available_out = step;
     auto* next_out = reinterpret_cast<std::uint8_t*>(output.data.get()) + produced;
     const BrotliDecoderResult result = BrotliDecoderDecompressStream(decoder.get(), &available_in, &next_in,
                                                                      &available_out, &next_out, nullptr);
-    produced = limit - available_out;
+    produced += step - available_out;
     if (result == BROTLI_DECODER_RESULT_SUCCESS) break;
     if (result == BROTLI_DECODER_RESULT_ERROR) {
       fail(BrotliDecoderErrorString(BrotliDecoderGetErrorCode(decoder.get())), produced);
     }
     if (result == BROTLI_DECODER_RESULT_NEEDS_MORE_INPUT) fail("the stream ends early", produced);
+    if (produced < limit) continue;
     if (limit == maxSize) fail("more output than the node can hold", produced);
     limit = std::min(maxSize, limit * 2);
     growKeeping(output, produced, limit);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <stop_token>
 #include <string>
 
 namespace Core {
@@ -22,8 +23,10 @@ struct ByteBuffer {
 /// Decompresses the whole brotli stream (RFC 7932) @p compressed into @p output, which is grown as the
 /// stream needs it, never beyond @p maxSize bytes, and can be used again for the next stream.
 /// @throws std::runtime_error when the stream is damaged, cut short, followed by other bytes, or longer than
-///         @p maxSize; the text says which, and after how many bytes.
-void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, ByteBuffer& output);
+///         @p maxSize; the text says which, and after how many bytes. Also when a stop is requested, which is
+///         looked at once a MiB of output.
+void brotliDecode(std::span<const std::byte> compressed, std::size_t maxSize, ByteBuffer& output,
+                  const std::stop_token& stopToken = {});
 
 /// Compresses @p bytes with @p quality (0 to 11) and a window of at most 22 bits.
 [[nodiscard]] std::string brotliEncode(std::span<const std::byte> bytes, int quality);

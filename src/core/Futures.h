@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <future>
 #include <string>
@@ -25,6 +26,12 @@ template <class T>
   std::promise<T> promise;
   promise.set_exception(std::move(error));
   return promise.get_future();
+}
+
+/// Whether get() would not wait.
+template <class T>
+[[nodiscard]] bool isReady(const std::future<T>& future) {
+  return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
 /// The result of @p call as a future that is ready at once, an exception included.

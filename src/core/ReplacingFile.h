@@ -27,6 +27,9 @@ class ReplacingFile {
   /// @throws std::system_error.
   void overwriteStart(std::span<const std::byte> bytes);
 
+  /// The file that is written until commit().
+  [[nodiscard]] const std::filesystem::path& partialPath() const { return partialPath_; }
+
   /// Brings the bytes to the disk and makes what was written the file of that name. Once, and nothing may be
   /// written behind.
   /// @throws std::system_error.

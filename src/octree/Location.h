@@ -69,6 +69,10 @@ class Location {
   [[nodiscard]] virtual std::future<std::uint64_t> fetchFileSize(const std::string& name,
                                                                  std::stop_token stopToken) const = 0;
 
+  /// Whether a fetch does its work in the call and gives a future that is ready, as from disk. Otherwise
+  /// calls return at once and many requests may be under way together.
+  [[nodiscard]] virtual bool fetchesInTheCall() const { return false; }
+
   friend bool operator==(const Location& a, const Location& b) { return a.equals(b); }
   friend bool operator<(const Location& a, const Location& b) { return a.less(b); }
   friend struct std::hash<Location>;

@@ -20,6 +20,14 @@ class LruCache {
   /// @param capacity  the most weight held; every entry weighs 1.
   explicit LruCache(std::uint64_t capacity) : capacity_(capacity) {}
 
+  /// Gives the value of @p key when it is held; @p result stays as it is otherwise.
+  bool find(const Key& key, Value& result) {
+    const std::lock_guard lock(mutex_);
+    if (!places_.contains(key)) return false;
+    result = moveToFront(key).value;
+    return true;
+  }
+
   /// Gives the value of @p key in @p result, from the cache or else from @p loader, which is called as
   /// bool(key, Value& result, std::stop_token).
   /// @return false, and nothing is stored, when the loader returned false or a stop was requested by then.
@@ -50,13 +58,6 @@ class LruCache {
     Value value;
     std::uint64_t weight;
   };
-
-  bool find(const Key& key, Value& result) {
-    const std::lock_guard lock(mutex_);
-    if (!places_.contains(key)) return false;
-    result = moveToFront(key).value;
-    return true;
-  }
 
   const Entry& moveToFront(const Key& key) {
     const std::lock_guard lock(mutex_);

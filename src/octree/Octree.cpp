@@ -244,8 +244,24 @@ Math::NBoundingBox<float, 3> Octree::pointBounds(const OctreeNodeId& id) const {
 }
 
 bool Octree::loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken) {
+  return decodeNode(fetchNode(id, stopToken), points, stopToken);
+}
+
+PoTree::NodeFetch Octree::fetchNode(const OctreeNodeId& id, std::stop_token stopToken) {
+  return tree().fetchNode(id, std::move(stopToken));
+}
+
+bool Octree::decodeNode(PoTree::NodeFetch fetch, Math::NodePoints& points, std::stop_token stopToken) {
   points.setExtras(wanted_);
-  return tree().loadNodePoints(id, points, std::move(stopToken), false);
+  return tree().decodeNode(std::move(fetch), points, std::move(stopToken));
+}
+
+std::optional<PoTree::ChunkFetch> Octree::fetchChunkOf(const OctreeNodeId& id, std::stop_token stopToken) {
+  return tree().fetchChunkOf(id, std::move(stopToken));
+}
+
+void Octree::takeChunk(PoTree::ChunkFetch fetch, std::stop_token stopToken) {
+  tree().takeChunk(std::move(fetch), std::move(stopToken));
 }
 
 std::uint64_t Octree::nodeBytes(const OctreeNodeId& id, std::stop_token stopToken) {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -108,6 +110,18 @@ class Octree {
   /// @throws std::bad_variant_access when the octree holds no tree.
   bool loadNodePoints(const OctreeNodeId& id, Math::NodePoints& points, std::stop_token stopToken);
 
+  /// The same in two steps: begins to fetch what is needed, and decodes it once it is there.
+  [[nodiscard]] PoTree::NodeFetch fetchNode(const OctreeNodeId& id, std::stop_token stopToken);
+  bool decodeNode(PoTree::NodeFetch fetch, Math::NodePoints& points, std::stop_token stopToken);
+
+  /// As the locations' fetchesInTheCall(): whether fetchNode waits for the bytes of the node.
+  [[nodiscard]] bool fetchesInTheCall() const { return tree().location().fetchesInTheCall(); }
+
+  /// As those of PoTree::PotreeTree.
+  [[nodiscard]] std::optional<PoTree::ChunkFetch> fetchChunkOf(const OctreeNodeId& id,
+                                                               std::stop_token stopToken);
+  void takeChunk(PoTree::ChunkFetch fetch, std::stop_token stopToken);
+
   /// The bytes that the node takes in the data file; 0 when that is not known, since a hierarchy chunk on the
   /// way to the node cannot be read.
   [[nodiscard]] std::uint64_t nodeBytes(const OctreeNodeId& id, std::stop_token stopToken);
@@ -115,6 +129,11 @@ class Octree {
   /// For work behind the back of callers: threads that start with the first task. Whoever adds tasks cancels
   /// them and waits for them before he lets go of the octree.
   [[nodiscard]] Core::Workers& workers() { return workers_; }
+
+  /// Nodes that walks have fetched in advance and let go of unused, since they ended early, left nodes out or
+  /// found them in the cache by then.
+  [[nodiscard]] std::uint64_t numUnusedFetches() const { return unusedFetches_; }
+  void noteUnusedFetch() { ++unusedFetches_; }
 
   /// The most nodes that a walk can visit unless the hierarchy is hostile. Asks the location.
   [[nodiscard]] std::uint64_t mostNodes(std::stop_token stopToken);
@@ -135,7 +154,8 @@ class Octree {
   Math::NBoundingBox<float, 3> boundingBox_;
   double spacing_ = 0;
   Math::ExtraColumns wanted_;  // without points
-  Core::Workers workers_;      // last, so that it is joined before the rest goes
+  std::atomic<std::uint64_t> unusedFetches_{0};
+  Core::Workers workers_;  // last, so that it is joined before the rest goes
 };
 
 }  // namespace Octree

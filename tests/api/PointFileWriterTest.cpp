@@ -237,6 +237,7 @@ TEST_F(PointFileWriterTest, KeepsTheOldFileUntilItIsClosed) {
     PointFileWriter writer(wide("a.csv"), layoutOf({}));
     writer.write(kTwoPoints, {});
     EXPECT_THAT(names(), ElementsAre("a.csv", "a.csv.partial"));
+    EXPECT_EQ(writer.unfinishedFile(), path("a.csv.partial").string());
     EXPECT_EQ(readFile(path("a.csv")), "x,y,z\n");
   }
   EXPECT_THAT(names(), ElementsAre("a.csv"));

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
 #include "cli/Program.h"
@@ -42,12 +43,20 @@ class UnreadPipe {
   std::array<int, 2> ends_{};
 };
 
+/// The signal to the whole process, as a terminal sends it.
+void pressCtrlC() { kill(getpid(), SIGINT); }
+
+void waitUntilItCame(const Program::Interrupt& interrupt) {
+  while (!interrupt.came()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
 TEST(Interrupt, IsOnlyNotedTheFirstTime) {
   EXPECT_EXIT(
       {
         const Program::Interrupt interrupt;
         if (interrupt.came()) std::_Exit(3);
-        std::raise(SIGINT);
+        pressCtrlC();
+        waitUntilItCame(interrupt);
         try {
           interrupt.check();
         } catch (const Program::Interrupted&) {
@@ -61,11 +70,73 @@ TEST(Interrupt, EndsTheProcessTheSecondTime) {
   EXPECT_EXIT(
       {
         const Program::Interrupt interrupt;
-        std::raise(SIGINT);
-        std::raise(SIGINT);
+        pressCtrlC();
+        waitUntilItCame(interrupt);
+        pressCtrlC();
+        for (;;) pause();
+      },
+      testing::ExitedWithCode(130), "sorvik: interrupted");
+}
+
+TEST(Interrupt, EndsAtOnceACommandThatWaits) {
+  EXPECT_EXIT(
+      {
+        Program::Interrupt interrupt;
+        interrupt.endAtOnce();
+        pressCtrlC();
+        for (;;) pause();
+      },
+      testing::ExitedWithCode(130), "sorvik: interrupted");
+}
+
+TEST(Interrupt, EndsAtOnceWhereItCameBefore) {
+  EXPECT_EXIT(
+      {
+        Program::Interrupt interrupt;
+        pressCtrlC();
+        waitUntilItCame(interrupt);
+        interrupt.endAtOnce();
         std::_Exit(7);
       },
+      testing::ExitedWithCode(130), "sorvik: interrupted");
+}
+
+TEST(Interrupt, RemovesTheUnfinishedFile) {
+  const TempFolder folder;
+  const std::filesystem::path file = folder.write("out.partial", "half");
+  EXPECT_EXIT(
+      {
+        Program::Interrupt interrupt;
+        interrupt.endAtOnce();
+        interrupt.removeUnfinished([&] {
+          pressCtrlC();  // not before the file is known
+          return file.string();
+        });
+        for (;;) pause();
+      },
       testing::ExitedWithCode(130), "");
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST(Interrupt, ReachesAProcessThatIgnoredItBefore) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGINT, SIG_IGN);
+        Program::Interrupt interrupt;
+        interrupt.endAtOnce();
+        pressCtrlC();
+        for (;;) pause();
+      },
+      testing::ExitedWithCode(130), "");
+}
+
+TEST(Interrupt, LeavesACommandThatEndsByItselfAlone) {
+  EXPECT_EXIT(
+      {
+        std::make_unique<Program::Interrupt>()->endAtOnce();
+        std::_Exit(7);
+      },
+      testing::ExitedWithCode(7), "");
 }
 
 TEST(Interrupt, EndsEveryCommand) {
@@ -90,6 +161,25 @@ TEST(Interrupt, RemovesAHalfWrittenFileAndKeepsTheOldOne) {
     EXPECT_EQ(readFile(file), "old");
     EXPECT_FALSE(std::filesystem::exists(file.string() + ".partial"));
   }
+}
+
+TEST(Interrupt, RemovesTheFileThatIsBeingWritten) {
+  const TempFolder folder;
+  rowOfPoints(100'000).write(folder.path() / "cloud");
+  const std::filesystem::path file = folder.path() / "out.csv";
+  const std::filesystem::path partial = file.string() + ".partial";
+  const auto call = programCommand({"points", (folder.path() / "cloud").string(), "-o", file.string()});
+  int status = 0;
+  for (int i = 0; status == 0 && i < 20; ++i) {  // until the signal comes before the end
+    std::filesystem::remove(file);
+    Process process(call);
+    while (!std::filesystem::exists(partial) && !std::filesystem::exists(file)) std::this_thread::yield();
+    process.signal(SIGINT);
+    status = process.wait().status;
+  }
+  EXPECT_EQ(status, 130);
+  EXPECT_FALSE(std::filesystem::exists(partial));
+  EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST(Interrupt, EndsAWriteToAReaderThatHasStopped) {

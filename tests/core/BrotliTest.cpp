@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <stop_token>
 #include <string>
 
 #include "core/Brotli.h"
@@ -45,6 +46,15 @@ TEST(Brotli, RefusesBytesAfterTheStream) {
   const std::string stream = Core::brotliEncode(bytesOf(repeated(100)), 5) + "more";
   Core::ByteBuffer out;
   EXPECT_THROW(Core::brotliDecode(bytesOf(stream), 100, out), std::runtime_error);
+}
+
+TEST(Brotli, EndsWhenAStopIsRequested) {
+  const std::string stream = Core::brotliEncode(bytesOf(repeated(100)), 5);
+  std::stop_source stop;
+  stop.request_stop();
+  Core::ByteBuffer out;
+  EXPECT_THAT([&] { Core::brotliDecode(bytesOf(stream), 100, out, stop.get_token()); },
+              testing::ThrowsMessage<std::runtime_error>("brotli: stopped after 0 bytes"));
 }
 
 }  // namespace

@@ -56,6 +56,7 @@ class MapLocation final : public PoTree::Location {
                                                    std::stop_token stopToken) const override;
   [[nodiscard]] std::future<std::uint64_t> fetchFileSize(const std::string& name,
                                                          std::stop_token stopToken) const override;
+  [[nodiscard]] bool fetchesInTheCall() const override { return true; }
 
  private:
   enum class Fault { None, Fail, Shorten };

@@ -86,6 +86,32 @@ TEST(ReadAhead, LeavesOutNodesThatAreCached) {
   EXPECT_EQ(location->requestsFor("octree.bin"), 9U);
 }
 
+TEST(ReadAhead, LeavesTheCachesOrderOfUseAsItIs) {
+  const auto octree = openOctree(std::make_shared<MapLocation>(nineNodes()));
+  const auto cache = std::make_shared<Octree::OctreeNodeCache>(9);
+  (void)sizes(Octree::allPoints(octree, cache, 0, {}));
+  auto walk = Octree::allPoints(octree, cache, 0, {});
+  (void)*walk;
+  (void)*++walk;  // looks for all nodes behind
+  auto one = std::make_shared<Octree::OctreeNodeCache::CacheEntry>();
+  cache->put(*octree, Testing::nodeAt("00"), one);
+  EXPECT_FALSE(cache->holds(*octree, Testing::nodeAt("1")));  // the longest unused
+  EXPECT_TRUE(cache->holds(*octree, {}));
+}
+
+TEST(ReadAhead, CountsWhatWasFetchedAndNotUsed) {
+  const auto location = std::make_shared<MapLocation>(nineNodes());
+  const auto octree = openOctree(location);
+  (void)sizes(Octree::allPoints(octree, nullptr, 0, {}));
+  EXPECT_EQ(octree->numUnusedFetches(), 0U);
+  auto walk = std::make_unique<QueryPointsIterator>(Octree::allPoints(octree, nullptr, 0, {}));
+  (void)**walk;
+  (void)*++*walk;
+  EXPECT_EQ(requestsAfterWaitingFor(*location, 18), 18U);
+  walk.reset();
+  EXPECT_EQ(octree->numUnusedFetches(), 7U);
+}
+
 TEST(ReadAhead, LeavesOutNodesThatTheShapeDoesNotMeet) {
   const auto location = std::make_shared<MapLocation>(nineNodes());
   // The lower half in x of the cube of side 64: children 0 to 3.

@@ -26,6 +26,7 @@ class FileSystemLocation final : public Location {
                                                    std::stop_token stopToken) const override;
   [[nodiscard]] std::future<std::uint64_t> fetchFileSize(const std::string& name,
                                                          std::stop_token stopToken) const override;
+  [[nodiscard]] bool fetchesInTheCall() const override { return true; }
 
  private:
   [[nodiscard]] std::shared_ptr<const Core::File> open(const std::string& name) const;

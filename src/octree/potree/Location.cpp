@@ -83,15 +83,19 @@ bool Location::fetchHierarchyChunk(std::uint64_t byteOffset, std::uint64_t byteC
   try {
     std::string fetched = fetchHierarchyChunk(byteOffset, byteCount, stopToken).get();
     if (stopToken.stop_requested()) return fail("stopped");
-    if (fetched.size() != byteCount) {
-      throw Core::FormatError({toString() + '/' + kHierarchyFile, byteOffset}, "bytes of the hierarchy chunk",
-                              std::to_string(byteCount), std::to_string(fetched.size()));
-    }
+    requireHierarchyBytes(byteOffset, byteCount, fetched);
     bytes = std::move(fetched);
     return true;
   } catch (const std::exception& error) {
     return fail(error.what());
   }
+}
+
+void Location::requireHierarchyBytes(std::uint64_t byteOffset, std::uint64_t byteCount,
+                                     const std::string& bytes) const {
+  if (bytes.size() == byteCount) return;
+  throw Core::FormatError({toString() + '/' + kHierarchyFile, byteOffset}, "bytes of the hierarchy chunk",
+                          std::to_string(byteCount), std::to_string(bytes.size()));
 }
 
 std::uint64_t Location::hash() const { return std::hash<std::string>{}(identity()); }

@@ -30,6 +30,11 @@ class Location : public Octree::Location {
                                          std::string& bytes, std::stop_token stopToken,
                                          std::string* reason = nullptr);
 
+  /// @throws Core::FormatError when @p bytes, fetched for this range of the hierarchy file, are not its bytes
+  ///         in number.
+  void requireHierarchyBytes(std::uint64_t byteOffset, std::uint64_t byteCount,
+                             const std::string& bytes) const;
+
  protected:
   static constexpr const char* kMetaDataFile = "metadata.json";
   static constexpr const char* kEntwineMetaDataFile = "ept.json";

@@ -37,25 +37,28 @@ const MetaData& PotreeTree::metaData() const {
 std::shared_ptr<Node> PotreeTree::nodeById(Octree::OctreeNodeId id, std::stop_token stopToken) {
   std::shared_ptr<Node> node;
   const auto load = [this](Octree::OctreeNodeId wanted, std::shared_ptr<Node>& result,
-                           const std::stop_token& token) { return nodeById(wanted, result, token); };
+                           const std::stop_token& token) { return nodeById(wanted, result, token, nullptr); };
   if (!nodes_.get(id, node, load, std::move(stopToken))) {
     throw std::runtime_error("Failed to fetch node by id");
   }
   return node;
 }
 
-bool PotreeTree::nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken) {
+bool PotreeTree::nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken,
+                          ChunkFetch* fetched) {
   try {
-    return findNode(id, result, stopToken);
+    return findNode(id, result, stopToken, fetched);
   } catch (const std::exception& error) {
     noteFailure(id, error.what(), stopToken);
     return false;
   }
 }
 
-bool PotreeTree::findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken) {
+bool PotreeTree::findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken,
+                          ChunkFetch* fetched) {
   if (id.isRoot()) {
-    return loadHierarchyChunk(id, 0, metaData().firstChunkSize, metaData().boundingBox, result, stopToken);
+    return loadHierarchyChunk(id, 0, metaData().firstChunkSize, metaData().boundingBox, result, stopToken,
+                              fetched);
   }
   const std::shared_ptr<Node> parent = nodeById(id.parent(), stopToken);
   result = parent ? parent->children[id.childIndex()] : nullptr;
@@ -66,7 +69,8 @@ bool PotreeTree::findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result
                             "proxy " + id.name(), "a chunk that is not on its own path",
                             "one of its ancestors' chunks");
   }
-  return loadHierarchyChunk(id, proxy->byteOffset, proxy->byteSize, proxy->boundingBox, result, stopToken);
+  return loadHierarchyChunk(id, proxy->byteOffset, proxy->byteSize, proxy->boundingBox, result, stopToken,
+                            fetched);
 }
 
 bool PotreeTree::isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_token stopToken) {
@@ -84,13 +88,17 @@ bool PotreeTree::isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_
 
 bool PotreeTree::loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunkOffset,
                                     std::uint64_t chunkSize, const Math::NBoundingBox<double, 3>& box,
-                                    std::shared_ptr<Node>& result, std::stop_token stopToken) {
+                                    std::shared_ptr<Node>& result, std::stop_token stopToken,
+                                    ChunkFetch* fetched) {
   const std::uint64_t bytesToRead = wholeRecords(chunkSize);
   result.reset();
   if (bytesToRead == 0) return true;
   std::string bytes;
   std::string reason;
-  if (!location_->fetchHierarchyChunk(chunkOffset, bytesToRead, bytes, stopToken, &reason)) {
+  if (fetched != nullptr && fetched->byteOffset == chunkOffset && fetched->byteSize == bytesToRead) {
+    bytes = fetched->bytes.get();
+    location_->requireHierarchyBytes(chunkOffset, bytesToRead, bytes);
+  } else if (!location_->fetchHierarchyChunk(chunkOffset, bytesToRead, bytes, stopToken, &reason)) {
     noteFailure(id, reason, stopToken);
     return false;
   }
@@ -102,6 +110,25 @@ bool PotreeTree::loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunk
   result = std::move(first);
   unreadable_.remove(id);  // in case an earlier try failed
   return true;
+}
+
+std::optional<ChunkFetch> PotreeTree::fetchChunkOf(Octree::OctreeNodeId id, std::stop_token stopToken) {
+  std::shared_ptr<Node> known;
+  std::shared_ptr<Node> parent;
+  if (id.isRoot() || nodes_.find(id, known) || !nodes_.find(id.parent(), parent) || !parent) return {};
+  const Node* const proxy = parent->children[id.childIndex()].get();
+  if (proxy == nullptr || !proxy->is(NodeType::Proxy)) return {};
+  const std::uint64_t size = wholeRecords(proxy->byteSize);
+  if (size == 0) return {};
+  return ChunkFetch{id, proxy->byteOffset, size,
+                    location_->fetchHierarchyChunk(proxy->byteOffset, size, std::move(stopToken))};
+}
+
+void PotreeTree::takeChunk(ChunkFetch fetch, std::stop_token stopToken) {
+  std::shared_ptr<Node> node;
+  const auto load = [&](Octree::OctreeNodeId id, std::shared_ptr<Node>& result,
+                        const std::stop_token& token) { return nodeById(id, result, token, &fetch); };
+  nodes_.get(fetch.id, node, load, std::move(stopToken));
 }
 
 std::uint64_t PotreeTree::mostNodes(std::stop_token stopToken) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <future>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <string>
@@ -15,6 +16,7 @@
 #include "octree/potree/Location.h"
 #include "octree/potree/MetaData.h"
 #include "octree/potree/Node.h"
+#include "octree/potree/NodeFetch.h"
 
 namespace PoTree {
 
@@ -35,6 +37,7 @@ class PotreeTree {
 
   /// @throws std::future_error when the tree was made without metadata.
   [[nodiscard]] const MetaData& metaData() const;
+  [[nodiscard]] const Location& location() const { return *location_; }
   [[nodiscard]] std::span<const std::unique_ptr<PotreeTree>> externalAttributes() const { return externals_; }
 
   /// The node, from the cache of nodes or by way of its parent; empty when the octree has none of that id.
@@ -42,12 +45,26 @@ class PotreeTree {
   /// read.
   [[nodiscard]] std::shared_ptr<Node> nodeById(Octree::OctreeNodeId id, std::stop_token stopToken);
 
-  /// Loads the node's points into @p points: the stored columns of this octree, then those of the external
-  /// ones; likewise the extra columns that the container has. False when a stop was requested or anything
-  /// could not be read; of the latter unreadableNodes() says why.
-  /// @param appending  whether this octree adds its columns to points that are there already.
-  bool loadNodePoints(Octree::OctreeNodeId id, Math::NodePoints& points, std::stop_token stopToken,
-                      bool appending);
+  /// What a node is for: its points, or columns for points that are there already.
+  enum class Role { Main, External };
+
+  /// Begins to fetch what the node's points are decoded from. What fails is told by decodeNode.
+  [[nodiscard]] NodeFetch fetchNode(Octree::OctreeNodeId id, std::stop_token stopToken,
+                                    Role role = Role::Main);
+
+  /// Waits for the bytes and decodes them into @p points: the stored columns of this octree, then those of
+  /// the external ones; likewise the extra columns that the container has. False when a stop was requested or
+  /// anything could not be read; of the latter unreadableNodes() says why.
+  bool decodeNode(NodeFetch fetch, Math::NodePoints& points, std::stop_token stopToken,
+                  Role role = Role::Main);
+
+  /// Begins to fetch the hierarchy chunk that a lookup of the node will need; nothing when it needs none, or
+  /// the node's parent is not at hand.
+  [[nodiscard]] std::optional<ChunkFetch> fetchChunkOf(Octree::OctreeNodeId id, std::stop_token stopToken);
+
+  /// Waits for the chunk and takes up its nodes, so that their lookups find them. What fails is left to the
+  /// lookups, which try again.
+  void takeChunk(ChunkFetch fetch, std::stop_token stopToken);
 
   /// The most nodes that a walk can visit in a hierarchy file that is not hostile: chunks that name each
   /// other can announce any number. Asks the location for the file's size.
@@ -59,14 +76,19 @@ class PotreeTree {
  private:
   bool loadHierarchyChunk(Octree::OctreeNodeId id, std::uint64_t chunkOffset, std::uint64_t chunkSize,
                           const Math::NBoundingBox<double, 3>& box, std::shared_ptr<Node>& result,
-                          std::stop_token stopToken);
-  bool nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken);
-  bool findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken);
+                          std::stop_token stopToken, ChunkFetch* fetched);
+  // @p fetched may be null: the chunk that the node itself needs is then asked for.
+  bool nodeById(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken,
+                ChunkFetch* fetched);
+  bool findNode(Octree::OctreeNodeId id, std::shared_ptr<Node>& result, std::stop_token stopToken,
+                ChunkFetch* fetched);
   [[nodiscard]] bool isOnPath(Octree::OctreeNodeId id, const Node& proxy, std::stop_token stopToken);
 
-  bool getNodePointData(const Node& node, Math::NodePoints& points, std::stop_token stopToken);
-  [[nodiscard]] bool applyVisibilityHint(const Node& node, const NodeFormat& format,
-                                         Math::NodePoints& points) const;
+  bool getNodePointData(NodeFetch& fetch, Math::NodePoints& points, std::stop_token stopToken);
+  bool decodeBytes(const Node& node, const NodeFormat& format, const std::string& stored,
+                   Math::NodePoints& points, const std::stop_token& stopToken);
+  [[nodiscard]] bool hasVisibilityHint(const Node& node) const;
+  static void applyVisibilityHint(const Node& node, const NodeFormat& format, Math::NodePoints& points);
   void noteDamage(const Node& node, std::size_t decodedBytes, std::size_t count, std::uint64_t bytesPerPoint);
   /// Unless a stop was requested: what was not read then is no damage.
   void noteFailure(Octree::OctreeNodeId id, const std::string& reason, const std::stop_token& stopToken);
