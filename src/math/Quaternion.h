@@ -7,9 +7,8 @@
 
 namespace Math {
 
-/// Column-major: element (row, column) stands at N * column + row.
+/// Column-major: the element of row r and column c at 3 c + r.
 using Matrix3 = std::array<float, 9>;
-using Matrix4 = std::array<float, 16>;
 
 /// A rotation as x, y, z, w; a unit quaternion unless a function says otherwise. It is stored in single
 /// precision; what is computed from it is computed in double precision and rounded once.

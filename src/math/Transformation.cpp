@@ -22,11 +22,11 @@ AnyVector normalisedUnlessZero(const AnyVector& v) {
   return lengthSquared > 0 ? AnyVector(v / std::sqrt(lengthSquared)) : v;
 }
 
-Eigen::Matrix4d wide(const Matrix4& m) { return Eigen::Map<const Eigen::Matrix4f>(m.data()).cast<double>(); }
+Eigen::Matrix4d wide(const Matrix4<float>& m) {
+  return Eigen::Map<const Eigen::Matrix4f>(m.data()).cast<double>();
+}
 
-constexpr Matrix4 kIdentity{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-
-Point<float, 3> applied(const Matrix4& m, const Point<float, 3>& p) {
+Point<float, 3> applied(const Matrix4<float>& m, const Point<float, 3>& p) {
   Point<float, 3> result;
   for (std::size_t row = 0; row < 3; ++row) {
     double sum = m[12 + row];
@@ -64,12 +64,12 @@ void Transformation::setTranslation(const Point<float, 3>& translation) {
 
 void Transformation::setIdentity() {
   *this = Transformation();
-  matrix_ = kIdentity;
-  inverseMatrix_ = kIdentity;
+  matrix_ = kIdentity4;
+  inverseMatrix_ = kIdentity4;
   dirty_ = false;
 }
 
-void Transformation::setMatrix(const Matrix4& matrix) {
+void Transformation::setMatrix(const Matrix4<float>& matrix) {
   const Eigen::Matrix4d m = wide(matrix);
   scale_ = rounded(m.topLeftCorner<3, 3>().colwise().norm());
   if (m.determinant() < 0) scale_[0] = -scale_[0];
@@ -86,7 +86,7 @@ void Transformation::setMatrix(const Matrix4& matrix) {
 void Transformation::refresh() const {
   if (!dirty_) return;
   const Matrix3 rotation = matrixFromQuaternion<float>(rotation_);
-  matrix_ = kIdentity;
+  matrix_ = kIdentity4;
   for (std::size_t column = 0; column < 3; ++column) {
     const float factor = scale_[static_cast<int>(column)];
     for (std::size_t row = 0; row < 3; ++row) {
@@ -98,12 +98,12 @@ void Transformation::refresh() const {
   dirty_ = false;
 }
 
-const Matrix4& Transformation::matrix() const {
+const Matrix4<float>& Transformation::matrix() const {
   refresh();
   return matrix_;
 }
 
-const Matrix4& Transformation::inverseMatrix() const {
+const Matrix4<float>& Transformation::inverseMatrix() const {
   refresh();
   return inverseMatrix_;
 }

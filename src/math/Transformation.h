@@ -3,6 +3,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "core/BoundedJson.h"
+#include "math/Matrix4.h"
 #include "math/Point.h"
 #include "math/Quaternion.h"
 
@@ -36,11 +37,11 @@ class Transformation {
 
   /// Decomposes @p matrix: scale is the columns' lengths, that of x negated for a mirror (a negative
   /// determinant); shear and the last row are lost. A column of length 0 makes the rotation NaN.
-  void setMatrix(const Matrix4& matrix);
+  void setMatrix(const Matrix4<float>& matrix);
   /// T·R·S, with R by the formula in single precision.
-  [[nodiscard]] const Matrix4& matrix() const;
+  [[nodiscard]] const Matrix4<float>& matrix() const;
   /// The general inverse of matrix(); not meaningful when that is singular.
-  [[nodiscard]] const Matrix4& inverseMatrix() const;
+  [[nodiscard]] const Matrix4<float>& inverseMatrix() const;
   /// The decomposed inverseMatrix().
   [[nodiscard]] Transformation inverse() const;
 
@@ -72,8 +73,8 @@ class Transformation {
   Quaternion rotation_;
   Point<float, 3> scale_{{1, 1, 1}};
   Point<float, 3> translation_;
-  mutable Matrix4 matrix_{};
-  mutable Matrix4 inverseMatrix_{};
+  mutable Matrix4<float> matrix_{};
+  mutable Matrix4<float> inverseMatrix_{};
   mutable bool dirty_ = true;  ///< whether the matrices are older than the rest
 };
 

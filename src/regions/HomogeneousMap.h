@@ -1,18 +1,12 @@
 #pragma once
 
-#include <array>
 #include <optional>
 
 #include "math/BoundingBox.h"
+#include "math/Matrix4.h"
 #include "math/Point.h"
 
 namespace Math {
-
-/// 4×4 matrices, column-major: the element of row r and column c at 4 c + r.
-template <class T>
-using Matrix4 = std::array<T, 16>;
-
-inline constexpr Matrix4<float> kIdentity4{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
 /// Points through a 4×4 matrix: (x, y, z, 1) times the matrix, divided by w.
 ///

@@ -26,8 +26,8 @@ constexpr int kCases = 3'000;
 
 #define TRACE_CASE(i) SCOPED_TRACE(testing::Message() << "seed " << kSeed << ", case " << (i))
 
-Matrix4 rounded(const Eigen::Matrix4d& m) {
-  Matrix4 result{};
+Matrix4<float> rounded(const Eigen::Matrix4d& m) {
+  Matrix4<float> result{};
   Eigen::Map<Eigen::Matrix4f>(result.data()) = m.cast<float>();
   return result;
 }
@@ -103,7 +103,7 @@ TEST(Transformation, ReadsADeterminantThatSinglePrecisionCannotHold) {
 TEST(Transformation, LosesShearAndTheLastRowOfAMatrix) {
   Transformation t;
   t.setMatrix({1, 0, 0, 9, 0.6F, 0.8F, 0, 9, 0, 0, 1, 9, 1, 2, 3, 1});
-  const Matrix4& m = t.matrix();
+  const Matrix4<float>& m = t.matrix();
   EXPECT_EQ(m[3], 0);
   EXPECT_EQ(m[7], 0);
   EXPECT_EQ(m[11], 0);
