@@ -12,7 +12,7 @@
 namespace Testing {
 namespace {
 
-using namespace Math::Spectrum;  // NOLINT(google-build-using-namespace): eighteen names
+using namespace Math::Spectrum;
 using Math::Color;
 using Ramp = std::function<Color(double)>;
 

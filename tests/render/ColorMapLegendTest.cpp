@@ -47,10 +47,11 @@ TEST(ColorMapLegend, DividesInDoubleAnIndexOfSinglePrecision) {
 }
 
 TEST(ColorMapLegend, CannotBeDrawnOfANumberThatIsNoMap) {
-  EXPECT_THROW(drawLegend(kNoMap, 1, 1, LegendDirection::Right), std::bad_function_call);
-  EXPECT_THROW(drawLegend(kNoMap, 1, 0, LegendDirection::Right), std::bad_function_call);
-  EXPECT_THROW(drawLegend(kNoMap, 0, 1, LegendDirection::Up), std::bad_function_call);
-  EXPECT_THROW(drawLegend(static_cast<ColorMap>(-1), 1, 1, LegendDirection::Up), std::bad_function_call);
+  EXPECT_THROW((void)drawLegend(kNoMap, 1, 1, LegendDirection::Right), std::bad_function_call);
+  EXPECT_THROW((void)drawLegend(kNoMap, 1, 0, LegendDirection::Right), std::bad_function_call);
+  EXPECT_THROW((void)drawLegend(kNoMap, 0, 1, LegendDirection::Up), std::bad_function_call);
+  EXPECT_THROW((void)drawLegend(static_cast<ColorMap>(-1), 1, 1, LegendDirection::Up),
+               std::bad_function_call);
 }
 
 TEST(ColorMapLegend, OfNoSampleNeedsNoMap) {
@@ -64,7 +65,7 @@ TEST(ColorMapLegend, OfNoPixelTakesNoTimeForItsLength) {
 }
 
 TEST(ColorMapLegend, TooLargeForMemoryIsRefusedBeforeItIsSampled) {
-  EXPECT_THROW(drawLegend(ColorMap::Jet, SIZE_MAX, 2, LegendDirection::Right), std::length_error);
+  EXPECT_THROW((void)drawLegend(ColorMap::Jet, SIZE_MAX, 2, LegendDirection::Right), std::length_error);
 }
 
 }  // namespace
