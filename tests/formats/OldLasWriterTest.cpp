@@ -242,7 +242,7 @@ TEST(OldLasWriter, CompressesPointsOfEachFormatInChunksOfWholePoints) {
     const auto length = las.at<std::uint16_t>(105);
     const auto numExtra = static_cast<std::uint16_t>(length - Formats::lasRecordSize(format));
     const std::size_t begin = laz.at<std::uint32_t>(96) + 8;
-    const std::size_t end = laz.at<std::uint64_t>(begin - 8);
+    const auto end = laz.at<std::uint64_t>(begin - 8);
     const std::string records = Testing::decodedChunk(Formats::Laz::lazVlrFor(format, numExtra),
                                                       laz.bytes().subspan(begin, end - begin), 3);
     EXPECT_EQ(std::memcmp(records.data(), las.bytes().data() + las.at<std::uint32_t>(96), 3 * length), 0);

@@ -18,8 +18,9 @@ namespace {
 
 class MemoryFileSystem::File final : public Core::ReadableFile {
  public:
-  File(std::string name, std::shared_ptr<const Content> content, std::shared_ptr<std::size_t> readsLeft,
-       std::shared_ptr<std::uint64_t> bytesRead)
+  File(std::string name, std::shared_ptr<const Content> content,
+       std::shared_ptr<std::atomic<std::size_t>> readsLeft,
+       std::shared_ptr<std::atomic<std::uint64_t>> bytesRead)
       : name_(std::move(name)),
         content_(std::move(content)),
         readsLeft_(std::move(readsLeft)),
@@ -29,8 +30,10 @@ class MemoryFileSystem::File final : public Core::ReadableFile {
   [[nodiscard]] std::int64_t modificationTime() const override { return content_->modificationTime; }
 
   void read(std::uint64_t offset, std::span<std::byte> out) const override {
-    if (*readsLeft_ == 0) throw std::system_error(EIO, std::generic_category(), name_);
-    --*readsLeft_;
+    std::size_t left = *readsLeft_;
+    do {
+      if (left == 0) throw std::system_error(EIO, std::generic_category(), name_);
+    } while (!readsLeft_->compare_exchange_weak(left, left - 1));
     if (offset > size() || out.size() > size() - offset) {
       throw Core::FormatError({name_, offset}, "bytes to read", std::to_string(out.size()),
                               std::to_string(size() - std::min(offset, size())));
@@ -42,8 +45,8 @@ class MemoryFileSystem::File final : public Core::ReadableFile {
  private:
   std::string name_;
   std::shared_ptr<const Content> content_;
-  std::shared_ptr<std::size_t> readsLeft_;
-  std::shared_ptr<std::uint64_t> bytesRead_;
+  std::shared_ptr<std::atomic<std::size_t>> readsLeft_;
+  std::shared_ptr<std::atomic<std::uint64_t>> bytesRead_;
 };
 
 void MemoryFileSystem::put(const std::filesystem::path& path, const std::string& bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -37,8 +38,9 @@ class MemoryFileSystem final : public Core::FileSystem {
   class File;
 
   std::map<std::filesystem::path, std::shared_ptr<Content>> files_;
-  std::shared_ptr<std::size_t> readsLeft_ = std::make_shared<std::size_t>(SIZE_MAX);
-  std::shared_ptr<std::uint64_t> bytesRead_ = std::make_shared<std::uint64_t>(0);
+  // Shared with the files, from which threads read at once.
+  std::shared_ptr<std::atomic<std::size_t>> readsLeft_ = std::make_shared<std::atomic<std::size_t>>(SIZE_MAX);
+  std::shared_ptr<std::atomic<std::uint64_t>> bytesRead_ = std::make_shared<std::atomic<std::uint64_t>>(0);
 };
 
 }  // namespace Testing
