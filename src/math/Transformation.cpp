@@ -141,7 +141,8 @@ void Transformation::rotateBy(const Quaternion& r) {
 void Transformation::setCameraPose(const CameraPose& pose) {
   const Vector eye = wide(pose.eye);
   const Vector forward = normalisedUnlessZero(wide(pose.view));
-  const Vector side = normalisedUnlessZero(Vector(forward.cross(wide(pose.up))));
+  // Of the view as it was given: so it is exactly 0 for an up that is exactly parallel.
+  const Vector side = normalisedUnlessZero(Vector(wide(pose.view).cross(wide(pose.up))));
   const Vector up = side.cross(forward);
 
   Eigen::Matrix3d rows;

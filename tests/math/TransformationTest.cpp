@@ -208,6 +208,18 @@ TEST(Transformation, OfACameraThatLooksStraightUpKeepsItsRowsOfZeros) {
   EXPECT_EQ(t.translation(), Vector());
 }
 
+TEST(Transformation, OfACameraWhoseUpIsParallelToItsViewHasNoSide) {
+  RandomTransformations random(kSeed);
+  for (int i = 0; i < kCases; ++i) {
+    TRACE_CASE(i);
+    const Vector view = random.direction();
+    Transformation t;
+    t.setCameraPose({{{10, 20, 30}}, view, {{-4 * view[0], -4 * view[1], -4 * view[2]}}});
+    ASSERT_EQ(t.translation()[0], 0);
+    ASSERT_EQ(t.translation()[1], 0);
+  }
+}
+
 TEST(Transformation, FitsATurnAboutTheVerticalAndAMoveAfterWhatItWas) {
   RandomTransformations random(kSeed);
   for (int i = 0; i < kCases; ++i) {
