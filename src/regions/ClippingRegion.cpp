@@ -108,6 +108,14 @@ class Search {
   std::vector<std::uint32_t>& found_;
 };
 
+/// A byte for each of eight bits, 1 or 0, the lowest bit first.
+std::uint64_t spread(std::uint64_t eightBits) {
+  constexpr std::uint64_t kEveryByte = 0x0101010101010101;
+  constexpr std::uint64_t kOneBitOfEach = 0x8040201008040201;
+  // A bit that is set is carried to the top of its byte.
+  return (((eightBits * kEveryByte & kOneBitOfEach) + 0x7F * kEveryByte) >> 7U) & kEveryByte;
+}
+
 }  // namespace
 
 void ClippingRegion<float>::searchImpl(const PointKdTree<float, 3>& tree,
@@ -123,7 +131,11 @@ void markInside(const ClippingRegion<float>& region, std::span<const float> posi
     const std::size_t count = std::min(positions.size() / 3 - first, PointBatch::kCapacity);
     fillBatch(positions.subspan(3 * first, 3 * count), batch);
     region.pointsInside(batch, inside);
-    for (std::size_t i = 0; i < count; ++i) marks[first + i] = inside.test(i) ? 1 : 0;
+    for (std::size_t i = 0; i < count; i += 8) {
+      const std::uint64_t eight =
+          spread(inside.words[i / PointBatch::kWordBits] >> i % PointBatch::kWordBits & 0xFFU);
+      std::memcpy(&marks[first + i], &eight, std::min(count - i, sizeof eight));
+    }
   }
 }
 

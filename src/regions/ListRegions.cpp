@@ -26,6 +26,11 @@ bool worthBoxTest(const ListRegion& region, const PointBatch& batch) {
 
 }  // namespace
 
+void ListRegion::searchImpl(const PointKdTree<float, 3>& tree, std::vector<std::uint32_t>& indices) const {
+  if (children().size() == 1) return children().front()->search(tree, indices);
+  CompositeRegion::searchImpl(tree, indices);
+}
+
 std::unique_ptr<Region> IntersectionRegion::clone() const {
   auto copy = std::make_unique<IntersectionRegion>();
   copy->appendClones(*this);

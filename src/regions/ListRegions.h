@@ -18,6 +18,8 @@ class ListRegion : public CompositeRegion {
   void appendClones(const ListRegion& other) {
     for (const Child& child : other.children()) append(child->clone());
   }
+  /// A list of one region is that region.
+  void searchImpl(const PointKdTree<float, 3>& tree, std::vector<std::uint32_t>& indices) const override;
 };
 
 /// What lies in all its regions, which are asked in order up to the first no. Without regions: everything.

@@ -4,8 +4,10 @@
 #include <array>
 #include <cmath>
 #include <set>
+#include <string>
 
 #include "Sorvik/Sorvik.h"
+#include "api/Elements.h"
 #include "api/SmallCloud.h"
 #include "api/WalkedPoints.h"
 #include "support/SampleData.h"
@@ -132,11 +134,12 @@ TEST_P(ClippingRegionWalk, FindsInARealCloudWhatABruteForceFilterFinds) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ClippingRegionWalk, testing::Values(&solids, &projected, &composites),
-                         [](const auto& draw) {
-                           constexpr const char* kNames[] = {"Solids", "Projected", "Composites"};
-                           return kNames[draw.index];
-                         });
+std::string nameOf(const testing::TestParamInfo<Draw>& draw) {
+  constexpr const char* kNames[] = {"Solids", "Projected", "Composites"};
+  return kNames[draw.index];
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, ClippingRegionWalk, testing::Values(&solids, &projected, &composites), nameOf);
 
 TEST(ClippingRegionWalks, FindEverythingWithoutAModel) {
   const CloudFolder folder;
