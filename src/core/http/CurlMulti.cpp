@@ -171,7 +171,7 @@ TransferEnd endOf(CURLcode code) {
 
 std::string reasonOf(CURLcode code, const Running& running) {
   if (code == CURLE_OK) return {};
-  const std::string detail = running.error[0] != '\0' ? running.error : curl_easy_strerror(code);
+  std::string detail = running.error[0] != '\0' ? running.error : curl_easy_strerror(code);
   if (code != CURLE_PEER_FAILED_VERIFICATION) return detail;
   return detail + " (certificates are trusted from: " + trustedPlaces(running.easy.get()) + ")";
 }

@@ -57,6 +57,8 @@ class HttpClient::Impl {
   void takeAdded();
   void checkExchanges(Clock::time_point now);
   void startQueued(Clock::time_point now);
+  [[nodiscard]] bool mayBegin(const HttpRequest& request, const ClientFile& wanted,
+                              Clock::time_point now) const;
   [[nodiscard]] HttpExchange::Requests takeJoinable(std::size_t place);
   [[nodiscard]] Clock::time_point nextEvent(Clock::time_point now) const;
   void note(HttpExchange& exchange, Clock::time_point now);
@@ -149,6 +151,14 @@ void HttpClient::Impl::note(HttpExchange& exchange, Clock::time_point now) {
                 std::make_move_iterator(unanswered.end()));
 }
 
+/// Whether neighbours have had time to come, and the file is not about to come whole.
+bool HttpClient::Impl::mayBegin(const HttpRequest& request, const ClientFile& wanted,
+                                Clock::time_point now) const {
+  if (request.kind() == Kind::Whole) return true;
+  if (wanted.isComingWhole) return false;
+  return request.kind() == Kind::Size || now >= request.arrival + state_.settings.gatherTime;
+}
+
 void HttpClient::Impl::startQueued(Clock::time_point now) {
   for (std::size_t place = 0; place < queue_.size();) {
     HttpRequest& request = *queue_[place];
@@ -165,14 +175,11 @@ void HttpClient::Impl::startQueued(Clock::time_point now) {
       return failQueue("not asked, since " + std::to_string(failuresInRow_) +
                        " requests in a row failed: the server is left alone for " +
                        std::to_string(state_.settings.restTime.count()) + " ms");
-    } else if (exchanges_.size() >= state_.settings.parallelRequests ||
-               (request.kind() == Kind::Range && now < request.arrival + state_.settings.gatherTime)) {
-      ++place;
-    } else if (request.kind() != Kind::Whole && wanted.isComingWhole) {
-      ++place;
-    } else {
+    } else if (exchanges_.size() < state_.settings.parallelRequests && mayBegin(request, wanted, now)) {
       exchanges_.emplace_back(state_, wanted, takeJoinable(place));
       place = 0;  // what lies before may be gone, too
+    } else {
+      ++place;
     }
   }
 }
