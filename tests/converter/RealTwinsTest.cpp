@@ -75,10 +75,11 @@ Decoded decodedRecords(const std::filesystem::path& laz) {
   const auto file = files.open(laz);
   std::vector<std::byte> bytes(std::min<std::uint64_t>(file->size(), Formats::kLongestLasHeader));
   file->read(0, bytes);
-  const Core::Source source{laz.string()};
+  const std::string name = laz.string();
+  const Core::Source source{name};
   const Formats::LasHeader header = Formats::checkLasHeader(Formats::readLasRawHeader(bytes, source), source);
   const Laz::LazVlr compression = compressionOf(*file, header);
-  const Converter::LazRecords records(*file, laz.string(), compression,
+  const Converter::LazRecords records(*file, name, compression,
                                       Converter::findLazRuns(*file, header, compression, false, source).runs,
                                       false);
   Decoded decoded{compression.recordLength(), 0, {}};

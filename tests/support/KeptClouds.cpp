@@ -1,8 +1,8 @@
 #include "support/KeptClouds.h"
 
-#include <errno.h>  // program_invocation_short_name
 #include <unistd.h>
 
+#include <cerrno>  // program_invocation_short_name
 #include <cstdlib>
 #include <functional>
 #include <sstream>
