@@ -22,7 +22,7 @@ struct PointBatch {
   std::optional<NBoundingBox<float, 3>> bounds;
 
   // A user-provided constructor, so that value-initialisation does not clear 6 KiB either.
-  PointBatch() {}  // NOLINT(modernize-use-equals-default, cppcoreguidelines-pro-type-member-init)
+  PointBatch() {}  // NOLINT(modernize-use-equals-default)
 
   [[nodiscard]] Point<float, 3> point(std::size_t i) const {
     return {{coordinates[0][i], coordinates[1][i], coordinates[2][i]}};
