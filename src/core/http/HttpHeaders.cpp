@@ -72,9 +72,10 @@ std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text,
   }
   const std::time_t date = curl_getdate(std::string(text).c_str(), nullptr);
   if (date < 0) return std::nullopt;
-  const auto wait = std::chrono::system_clock::from_time_t(date) - now;
-  const auto seconds = std::chrono::ceil<std::chrono::seconds>(wait);
-  return std::clamp(seconds, std::chrono::seconds(0), std::chrono::seconds(kLongest));
+  // In whole seconds: dates of far years do not fit the clock's ticks.
+  const auto sinceEpoch = std::chrono::floor<std::chrono::seconds>(now.time_since_epoch());
+  return std::clamp(std::chrono::seconds(date) - sinceEpoch, std::chrono::seconds(0),
+                    std::chrono::seconds(kLongest));
 }
 
 std::optional<int> parseStatusLine(std::string_view line) {

@@ -39,7 +39,12 @@ TEST(RetryAfter, IsRefusedWhenItIsNeither) {
   for (const char* text : {"", "-1", "1.5", "soon", "99999999999999999999"}) {
     EXPECT_THAT(parseRetryAfter(text, std::chrono::system_clock::now()), Eq(std::nullopt)) << text;
   }
-  EXPECT_LE(*parseRetryAfter("18446744073709551615", {}), seconds(1'000'000'000));
+}
+
+TEST(RetryAfter, OfAFarYearIsLongAndNoMore) {
+  const auto now = std::chrono::system_clock::from_time_t(784'111'770);
+  EXPECT_EQ(parseRetryAfter("18446744073709551615", now), seconds(1'000'000'000));
+  EXPECT_EQ(parseRetryAfter("06 Nov 2002000000", now), seconds(1'000'000'000));
 }
 
 TEST(StatusLine, IsReadOfAllVersions) {
