@@ -94,10 +94,6 @@ std::optional<bool> ReadAhead::take(std::uint64_t number, Math::NodePoints& poin
   const NodePtr node = nodes_.front();
   nodes_.pop_front();
   bytes_ -= node->bytes;
-  while (node->absent) {
-    node->fetch->waitFor(kBetweenLooks);
-    handOver();
-  }
   waitForPoints(node);
   if (node->error) std::rethrow_exception(node->error);
   points = std::move(node->points);
@@ -105,18 +101,24 @@ std::optional<bool> ReadAhead::take(std::uint64_t number, Math::NodePoints& poin
 }
 
 void ReadAhead::waitForPoints(const NodePtr& node) {
-  std::unique_lock lock(shared_->mutex);
-  while (node->progress != Progress::Done) {
-    const NodePtr next = node->progress == Progress::Waiting ? node : firstWaiting();
-    if (!next) {
+  for (;;) {
+    handOver();
+    std::unique_lock lock(shared_->mutex);
+    if (node->progress == Progress::Done) return;
+    const bool isFree = !node->absent && node->progress == Progress::Waiting;
+    const NodePtr next = isFree ? node : firstWaiting();
+    if (next) {
+      next->progress = Progress::Running;
+      lock.unlock();
+      load(*octree_, *next, stop_.get_token());
+      lock.lock();
+      next->progress = Progress::Done;
+    } else if (node->absent) {
+      lock.unlock();
+      node->fetch->waitFor(kBetweenLooks);
+    } else {
       shared_->changed.wait(lock);
-      continue;
     }
-    next->progress = Progress::Running;
-    lock.unlock();
-    load(*octree_, *next, stop_.get_token());
-    lock.lock();
-    next->progress = Progress::Done;
   }
 }
 

@@ -17,7 +17,8 @@ void HeldLocation::hold(const std::string& name) {
 void HeldLocation::answerAll() {
   hold([](const Request&) { return false; });
   const std::lock_guard lock(mutex_);
-  for (auto held = held_.rbegin(); held != held_.rend(); ++held) answer(**held);
+  const std::vector<std::shared_ptr<Held>> lastFirst(held_.rbegin(), held_.rend());
+  for (const std::shared_ptr<Held>& held : lastFirst) answer(*held);
 }
 
 void HeldLocation::answerInBackground() {
