@@ -66,6 +66,8 @@ TEST(Transformation, IsTheIdentityAtFirst) {
 
 TEST(Transformation, FaultsWhenConstructedFromAMatrix) {
   const auto construct = [] { const Transformation t{Span<const float>(kIdentity)}; };
+  GTEST_FLAG_SET(death_test_style,
+                 "threadsafe");  // threads of other tests in this program may still be there
   EXPECT_DEATH(construct(), "");
 }
 
