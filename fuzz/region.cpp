@@ -1,5 +1,5 @@
-// The texts of clipping regions: refused by an exception, or a region that is written and read back, and whose
-// box tests do not contradict its points.
+// The texts of clipping regions: refused by an exception, or a region that is written and read back, and
+// whose box tests do not contradict its points.
 #include <cmath>
 #include <cstdlib>
 #include <exception>

@@ -54,7 +54,7 @@ class RandomTransformations {
 [[nodiscard]] inline Eigen::Matrix3d wide(const Math::Matrix3& m) {
   return Eigen::Map<const Eigen::Matrix3f>(m.data()).cast<double>();
 }
-[[nodiscard]] inline Eigen::Matrix4d wide(const Math::Matrix4& m) {
+[[nodiscard]] inline Eigen::Matrix4d wide(const Math::Matrix4<float>& m) {
   return Eigen::Map<const Eigen::Matrix4f>(m.data()).cast<double>();
 }
 
