@@ -82,7 +82,7 @@ TEST(BoundedJson, NamesTheByteAtWhichATextIsNoJson) {
 
 TEST(BoundedJson, RefusesWhatLooksLikeJsonButIsNot) {
   for (const char* text : {"NaN", "[Infinity]", "[1,]", "{a:1}", "'a'", "[01]", "[1.]", "// a\n1", "\"\xff\"",
-                           "\"\xc0\x80\"", "\"\\ud800\"", "tru", "[1 2]", "\"a\nb\"", "+1", "0x10"}) {
+                           "\"\xc0\x80\"", R"("\ud800")", "tru", "[1 2]", "\"a\nb\"", "+1", "0x10"}) {
     EXPECT_THAT(saidOf(text), HasSubstr("not JSON")) << text;
   }
   EXPECT_THAT(saidOf(std::string("1\0", 2)), HasSubstr("not JSON"));
