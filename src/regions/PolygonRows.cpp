@@ -40,9 +40,10 @@ PolygonRows::PolygonRows(const Polygon<float>& polygon) : bounds_(polygon.bounds
 
 /// The most rows whose lists are short in all.
 void PolygonRows::chooseNumRows(const std::vector<Edge>& edges) {
+  const float height = bounds_.maximum[1] - bounds_.minimum[1];
   for (numRows_ = std::min(kMostRows, edges.size()); numRows_ > 1; numRows_ /= 2) {
-    rowsPerUnit_ = static_cast<float>(numRows_) / (bounds_.maximum[1] - bounds_.minimum[1]);
-    if (!std::isfinite(rowsPerUnit_)) break;
+    rowsPerUnit_ = static_cast<float>(numRows_) / height;
+    if (!std::isfinite(rowsPerUnit_) || !std::isfinite(height)) break;
     std::size_t places = 0;
     for (const Edge& edge : edges) {
       const auto [low, high] = std::minmax(edge.from[1], edge.to[1]);
