@@ -84,7 +84,7 @@ std::map<std::uint64_t, std::uint64_t> fetchedRanges(const std::vector<Testing::
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::size_t points = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 650'000;  // 2,000 nodes
+  const std::size_t points = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 720'000;  // 2,000 nodes
   const Testing::TempFolder folder;
   Testing::buildOctree(Testing::surveyRecords(points, 1), PoTree::Encoding::Uncompressed,
                        folder.path() / "cloud", {.leafPoints = 900, .gridBits = 5});

@@ -7,7 +7,6 @@
 namespace {
 
 using std::chrono::milliseconds;
-using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;

@@ -69,7 +69,8 @@ bool NginxServer::start(const TestAuthority& authority, const std::filesystem::p
                         "  log_format short '$server_protocol $status';\n  access_log " + folder +
                         "/access.log short;\n" + "  server {\n    listen 127.0.0.1:" + std::to_string(port_) +
                         " ssl http2;\n    ssl_certificate " + certificate + ";\n    ssl_certificate_key " +
-                        certificate + ";\n    root " + root.string() + ";\n  }\n}\n");
+                        certificate + ";\n    keepalive_requests 5;\n    root " + root.string() +
+                        ";\n  }\n}\n");
   process_ = std::make_unique<Process>(
       std::vector<std::string>{kProgram, "-c", configuration.string(), "-e", folder + "/error.log"});
   const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
