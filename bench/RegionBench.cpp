@@ -1,12 +1,14 @@
 // Clipping regions: tests of columns of points against the same shapes called one by one, and walks through a
 // region against walks through its shape, on a warm cache. Answers are compared first.
 //   region_bench [POINTS]
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <numbers>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "Rounds.h"

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 
 #include "math/BoundingBox.h"
 
@@ -28,7 +27,7 @@ struct PointBatch {
     return {{coordinates[0][i], coordinates[1][i], coordinates[2][i]}};
   }
 
-  /// Repeats the last point to the end of its 64. Not without points.
+  /// Repeats the last point to the end of its 64.
   void pad() {
     for (float(&axis)[kCapacity] : coordinates) {
       for (std::size_t i = size; i % kWordBits != 0; ++i) axis[i] = axis[size - 1];
@@ -48,16 +47,6 @@ struct PointMask {
     PointMask mask;
     mask.words.fill(value ? ~std::uint64_t{0} : 0);
     return mask;
-  }
-
-  [[nodiscard]] bool test(std::size_t i) const {
-    return (words[i / PointBatch::kWordBits] >> i % PointBatch::kWordBits & 1U) != 0;
-  }
-  void set(std::size_t i) {
-    words[i / PointBatch::kWordBits] |= std::uint64_t{1} << i % PointBatch::kWordBits;
-  }
-  void reset(std::size_t i) {
-    words[i / PointBatch::kWordBits] &= ~(std::uint64_t{1} << i % PointBatch::kWordBits);
   }
 
   void invert() {
