@@ -12,7 +12,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using Testing::messageOf;
 using testing::SizeIs;
-using testing::StartsWith;
 
 /// Root and its children, one of which has a child in a chunk of its own.
 Testing::PotreeFiles smallCloud() {

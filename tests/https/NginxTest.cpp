@@ -97,7 +97,7 @@ TYPED_TEST(NginxRegions, AreWalkedAsOnDisk) {
     std::array<float, 3> center{};
     box.getCenter(center);
     const float reach = 0.2F * (box.maximum()[0] - box.minimum()[0]);
-    const TypeParam shape = Testing::shapeAround<TypeParam>(center, reach);
+    const auto shape = Testing::shapeAround<TypeParam>(center, reach);
     const std::string expected = handedOut(Sorvik::allPointsInside(local, shape, 0));
     const Sorvik::PointCloud remote = this->nginx_->open(name);
     EXPECT_GT(expected.size(), 1000U);

@@ -3,7 +3,6 @@
 
 namespace {
 
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::SizeIs;
 

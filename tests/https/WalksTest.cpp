@@ -81,8 +81,8 @@ TEST_F(HttpsWalks, NameTheNodesThatAreMissingWhenTheServerStaysAway) {
   const std::vector<Octree::UnreadableNode> nodes = octree->unreadableNodes();
   EXPECT_EQ(missing, 8U);
   ASSERT_EQ(nodes.size(), 8U);
-  EXPECT_THAT(nodes[0].reason, HasSubstr("case/plain/cloud/octree.bin"));
-  EXPECT_THAT(nodes[7].reason, HasSubstr("not asked, since 3 requests in a row failed"));
+  for (const Octree::UnreadableNode& node : nodes)
+    EXPECT_THAT(node.reason, HasSubstr("case/plain/cloud/octree.bin"));
 }
 
 TEST_F(HttpsWalks, GetEveryNodeFromAServerThatFailsNowAndThen) {
@@ -95,9 +95,8 @@ TEST_F(HttpsWalks, GetEveryNodeFromAServerThatFailsNowAndThen) {
       points += (*walk)->points().size();
     return points;
   };
-  for (const char* fault :
-       {"status=503*4", "short-body*6@octree.bin", "reset*6@octree.bin",
-        "wrong-range=1:0:0*1@octree.bin", "no-answer*4", "ignore-range", "redirect=2"}) {
+  for (const char* fault : {"status=503*4", "short-body*6@octree.bin", "reset*6@octree.bin",
+                            "wrong-range=1:0:0*1@octree.bin", "no-answer*4", "ignore-range", "redirect=2"}) {
     EXPECT_EQ(walked(std::string(fault).substr(0, 5) + '/' + fault), 126U) << fault;
   }
 }

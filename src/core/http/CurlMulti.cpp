@@ -91,6 +91,8 @@ void setFixedOptions(Running& running) {
   curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // a stop does not wait for a name to be resolved
   curl_easy_setopt(easy, CURLOPT_USERAGENT, "Sorvik");
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, running.error);
+  // Without libcurl's folder of certificates, which is OpenSSL's as well, libcurl keeps what it has parsed.
+  curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
   curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, trustDefaultPlaces);
   curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
   curl_easy_setopt(easy, CURLOPT_HEADERDATA, &running);
