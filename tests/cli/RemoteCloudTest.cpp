@@ -9,8 +9,6 @@ namespace Testing {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 class RemoteCloud : public testing::Test {
  protected:

@@ -1,5 +1,7 @@
 // Requests that wait together, and requests that nobody waits for any more.
+#include <algorithm>
 #include <chrono>
+#include <set>
 #include <thread>
 
 #include "https/HttpsTest.h"

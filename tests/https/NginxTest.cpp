@@ -1,6 +1,9 @@
 // Real clouds served by nginx over HTTP/2, against the same clouds on disk, by the public interface.
 #include <gmock/gmock.h>
 
+#include <array>
+#include <cstdlib>
+
 #include "Sorvik/Sorvik.h"
 #include "api/Walks.h"
 #include "support/NginxServer.h"

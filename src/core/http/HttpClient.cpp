@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <csignal>
 #include <deque>
+#include <iterator>
 #include <list>
 #include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "core/Futures.h"
 #include "core/http/HttpError.h"
