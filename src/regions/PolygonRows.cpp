@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Math {
 namespace {
@@ -30,12 +31,30 @@ PolygonRows::PolygonRows(const Polygon<float>& polygon) : bounds_(polygon.bounds
   std::vector<Edge> edges;
   edges.reserve(ring.size());
   for (std::size_t i = 1; i < ring.size(); ++i) {
-    const Edge edge{ring[i], ring[i - 1]};
+    const Point<float, 2>& from = ring[i];
+    const Point<float, 2>& to = ring[i - 1];
     // Level edges cross nothing; neither do those of which y is NaN.
-    if (edge.from[1] < edge.to[1] || edge.from[1] > edge.to[1]) edges.push_back(edge);
+    if (from[1] < to[1] || from[1] > to[1]) edges.push_back({from, to, reachOf(from, to)});
   }
   chooseNumRows(edges);
   if (numRows_ > 0) listEdges(edges);
+}
+
+/// The inside test computes (y - from_y) * width / height + from_x, of which |y - from_y| <= |height|. Each
+/// of its five roundings loses 2^-24 of a number that is no larger than twice |from_x| + |to_x|, so 2^-20 of
+/// that sum holds them all. A product that overflows, or loses digits below the smallest normal number, can
+/// lead anywhere unless the height is large against what is lost.
+float PolygonRows::reachOf(const Point<float, 2>& from, const Point<float, 2>& to) {
+  constexpr float kLeastHeight = 0x1p-60F;  // what is lost is at most 2^-149, divided by this below 2^-80
+  const float height = to[1] - from[1];
+  const float largestProduct = height * (to[0] - from[0]);
+  if (!std::isfinite(largestProduct) || std::abs(height) < kLeastHeight) {
+    return std::numeric_limits<float>::infinity();
+  }
+  const double slack =
+      0x1p-20 * (std::abs(static_cast<double>(from[0])) + std::abs(static_cast<double>(to[0]))) + 0x1p-80;
+  const auto reach = static_cast<float>(std::max(from[0], to[0]) + slack);
+  return std::nextafter(reach, std::numeric_limits<float>::infinity());
 }
 
 /// The most rows whose lists are short in all.
@@ -69,6 +88,10 @@ void PolygonRows::listEdges(const std::vector<Edge>& edges) {
   edges_.resize(firstEdges_.back());
   std::vector<std::uint32_t> next(firstEdges_.begin(), firstEdges_.end() - 1);
   eachPlace([&](std::size_t row, const Edge& edge) { edges_[next[row]++] = edge; });
+  for (std::size_t row = 0; row < numRows_; ++row) {
+    std::stable_sort(edges_.begin() + firstEdges_[row], edges_.begin() + firstEdges_[row + 1],
+                     [](const Edge& a, const Edge& b) { return a.reach > b.reach; });
+  }
 }
 
 bool PolygonRows::inside(const Point<float, 2>& p) const {
@@ -76,7 +99,7 @@ bool PolygonRows::inside(const Point<float, 2>& p) const {
   if (!bounds_.inside(p) || std::isnan(p[1])) return false;
   const std::size_t row = rowOf(p[1]);
   bool in = false;
-  for (std::uint32_t i = firstEdges_[row]; i < firstEdges_[row + 1]; ++i) {
+  for (std::uint32_t i = firstEdges_[row]; i < firstEdges_[row + 1] && p[0] < edges_[i].reach; ++i) {
     const Point<float, 2>& a = edges_[i].from;
     const Point<float, 2>& b = edges_[i].to;
     if ((p[1] < a[1]) != (p[1] < b[1]) && p[0] < (p[1] - a[1]) * (b[0] - a[0]) / (b[1] - a[1]) + a[0]) {

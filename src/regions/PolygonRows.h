@@ -13,7 +13,8 @@ namespace Math {
 ///
 /// A point's row is a function of its y that never falls as y rises, rounding included, and an edge is listed
 /// in the rows of its two ends and all between. So the edges that a point's inside test crosses are among its
-/// row's, and the same test on those alone gives the same answer.
+/// row's, and the same test on those alone gives the same answer. A row's edges that reach furthest to the
+/// right come first: those that do not reach a point are not looked at.
 class PolygonRows {
  public:
   /// No rows: for polygons of few edges, of edges that nearly all pass through every row, and of coordinates
@@ -31,12 +32,14 @@ class PolygonRows {
   struct Edge {
     Point<float, 2> from;  // the inside test's a
     Point<float, 2> to;    // and b
+    float reach;           // no inside test finds it right of this x
   };
 
   [[nodiscard]] std::size_t rowOf(float y) const {
     const auto row = static_cast<std::size_t>((y - bounds_.minimum[1]) * rowsPerUnit_);
     return row < numRows_ ? row : numRows_ - 1;
   }
+  [[nodiscard]] static float reachOf(const Point<float, 2>& from, const Point<float, 2>& to);
   void chooseNumRows(const std::vector<Edge>& edges);
   void listEdges(const std::vector<Edge>& edges);
 

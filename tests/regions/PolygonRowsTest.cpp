@@ -51,6 +51,23 @@ TEST(PolygonRows, AnswerAsThePolygonWithLevelEdgesFarFromTheOrigin) {
   compare(random, Polygon(stairs));
 }
 
+TEST(PolygonRows, AnswerAsThePolygonWhereProductsOverflowOrVanish) {
+  Testing::RandomRegions random(6, {0, 10, 0});
+  for (const float scale : {1e17F, 1e22F, 1e35F, 1e-19F, 1e-21F, 1e-24F}) {
+    std::vector<float> interleaved;
+    for (const auto& vertex : outline(random, 300).ring()) {
+      interleaved.insert(interleaved.end(), {vertex[0] * scale, vertex[1] * scale});
+    }
+    const Polygon polygon(interleaved);
+    const PolygonRows rows(polygon);
+    ASSERT_FALSE(rows.empty());
+    for (int i = 0; i < 5000; ++i) {
+      const Math::Point<float, 2> p{{random.uniform(0, 640) * scale, random.uniform(0, 480) * scale}};
+      ASSERT_EQ(rows.inside(p), polygon.inside(p)) << p[0] << ", " << p[1];
+    }
+  }
+}
+
 TEST(PolygonRows, AnswerNoForPointsWithoutNumbers) {
   Testing::RandomRegions random(3, {0, 10, 0});
   const PolygonRows rows(outline(random, 100));
