@@ -41,6 +41,7 @@ BANS = [
     (re.compile(r"\bstd::async\b|\.detach\(\)"), "threads have an owner that joins them"),
     (re.compile(r"\b(TO[D]O|FIX[M]E|X[X]X|HA[C]K)\b"), "unfinished business belongs to the tracker"),
     (re.compile(r"\b(thread_local)\b"), "no state with a life of its own"),
+    (re.compile(r"(#define|\b(class|struct|enum|union|namespace|using|auto)) _"), "such names belong to the compiler"),
 ]
 FILE_STREAMS = re.compile(r"#include <fstream>")
 MAY_USE_FILE_STREAMS = ("src/core/File", "src/core/Memory", "src/converter/", "apps/", "tests/", "bench/", "fuzz/", "examples/")
