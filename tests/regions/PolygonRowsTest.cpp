@@ -54,8 +54,9 @@ TEST(PolygonRows, AnswerAsThePolygonWithLevelEdgesFarFromTheOrigin) {
 TEST(PolygonRows, AnswerAsThePolygonWhereProductsOverflowOrVanish) {
   Testing::RandomRegions random(6, {0, 10, 0});
   for (const float scale : {1e17F, 1e22F, 1e35F, 1e-19F, 1e-21F, 1e-24F}) {
+    const Polygon whole = outline(random, 300);
     std::vector<float> interleaved;
-    for (const auto& vertex : outline(random, 300).ring()) {
+    for (const auto& vertex : whole.ring()) {
       interleaved.insert(interleaved.end(), {vertex[0] * scale, vertex[1] * scale});
     }
     const Polygon polygon(interleaved);
