@@ -25,7 +25,7 @@ std::string takeQuoted(std::string_view& text) {
 }
 
 std::string takePlain(std::string_view& text) {
-  const std::string name(text.substr(0, text.find(',')));
+  std::string name(text.substr(0, text.find(',')));
   if (name.find('"') != std::string::npos) refuse("'" + name + "' has a quotation mark inside");
   text.remove_prefix(name.size());
   return name;

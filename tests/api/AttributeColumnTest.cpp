@@ -18,7 +18,6 @@ using Sorvik::AttributeColumn;
 using Sorvik::AttributeType;
 using Sorvik::PointChunk;
 using Sorvik::PointCloud;
-using Sorvik::PointCloudOptions;
 using Testing::CloudFolder;
 using testing::ElementsAre;
 using testing::ElementsAreArray;

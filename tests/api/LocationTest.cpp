@@ -15,7 +15,6 @@ using Sorvik::FileSystemLocation;
 using Sorvik::HttpsLocation;
 using Sorvik::Location;
 using Sorvik::PointCloud;
-using testing::AllOf;
 using Testing::CloudFolder;
 using testing::HasSubstr;
 using testing::ThrowsMessage;

@@ -50,12 +50,12 @@ TEST(AttributeNames, StandBetweenCommas) {
 }
 
 TEST(AttributeNames, WithCommasAndQuotationMarksStandInQuotationMarks) {
-  EXPECT_THAT(parseAttributeNames("\"a,b\",c"), ElementsAre("a,b", "c"));
-  EXPECT_THAT(parseAttributeNames("c,\"the \"\"best\"\"\""), ElementsAre("c", "the \"best\""));
+  EXPECT_THAT(parseAttributeNames(R"("a,b",c)"), ElementsAre("a,b", "c"));
+  EXPECT_THAT(parseAttributeNames(R"(c,"the ""best""")"), ElementsAre("c", R"(the "best")"));
 }
 
 TEST(AttributeNames, ThatAreEmptyOrBadlyQuotedAreRefused) {
-  for (const char* text : {"", ",", "a,", ",a", "a,,b", "\"a", "\"a\"b", "a\"b", "\"\"", "\"a\"\""}) {
+  for (const char* text : {"", ",", "a,", ",a", "a,,b", R"("a)", R"("a"b)", R"(a"b)", R"("")", R"("a"")"}) {
     EXPECT_THROW((void)parseAttributeNames(text), Program::CallError) << text;
   }
 }
